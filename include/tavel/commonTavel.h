@@ -1,0 +1,16 @@
+// Umbrella header: every public header of libcommonTavel.
+#ifndef TAVEL_COMMONTAVEL_H
+#define TAVEL_COMMONTAVEL_H
+
+#include <tavel/export.h>
+#include <tavel/constants.h>
+#include <tavel/file_io.h>
+#include <tavel/coding.h>
+#include <tavel/descriptor.h>
+#include <tavel/delivery_descriptors.h>
+#include <tavel/service_descriptors.h>
+#include <tavel/network_descriptors.h>
+#include <tavel/sections.h>
+#include <tavel/service_records.h>
+
+#endif

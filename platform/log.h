@@ -1,0 +1,44 @@
+// The library's one way to the system log, and a test-only capture.
+#ifndef TAVEL_PLATFORM_LOG_H
+#define TAVEL_PLATFORM_LOG_H
+
+#include <string>
+#include <vector>
+
+namespace tavel {
+
+// Forwards to vsyslog with the priority and text as given ("%m" included).
+void log(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+struct LogLine {
+    int priority;
+    std::string text;
+};
+
+// While an object of this class lives, every line logged by the same thread
+// is also recorded here (and still sent to syslog). For tests.
+class LogCapture {
+public:
+    LogCapture();
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    const std::vector<LogLine>& lines() const { return lines_; }
+    // True when some line has exactly this priority and text.
+    bool has(int priority, const std::string& text) const;
+    // True when some line has this priority and contains the fragment.
+    bool contains(int priority, const std::string& fragment) const;
+    // Number of lines with this priority.
+    size_t count(int priority) const;
+    void clear() { lines_.clear(); }
+
+private:
+    friend void log(int, const char*, ...);
+    std::vector<LogLine> lines_;
+    LogCapture* previous_;
+};
+
+} // namespace tavel
+
+#endif

@@ -1,0 +1,18 @@
+// A program of the headend as it would use the installed library.
+#include <tavel/commonTavel.h>
+
+#include <cstdio>
+#include <vector>
+
+int main()
+{
+    const char text[] = "123456789";
+    std::vector<char> data(text, text + 9);
+    unsigned long crc = tavel::mpeg_crc(0xFFFFFFFFUL, data, data.size());
+    if (crc != 0x0376E6E7UL) {
+        std::printf("unexpected CRC %08lx\n", crc);
+        return 1;
+    }
+    std::printf("consumer ok\n");
+    return 0;
+}

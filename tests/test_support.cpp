@@ -1,0 +1,72 @@
+#include "test_support.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+namespace tavel {
+namespace test {
+
+std::vector<char> hex(const std::string& text)
+{
+    std::vector<char> out;
+    int high = -1;
+    for (char c : text) {
+        int v;
+        if (c >= '0' && c <= '9')
+            v = c - '0';
+        else if (c >= 'a' && c <= 'f')
+            v = c - 'a' + 10;
+        else if (c >= 'A' && c <= 'F')
+            v = c - 'A' + 10;
+        else
+            continue;
+        if (high < 0) {
+            high = v;
+        } else {
+            out.push_back(static_cast<char>(static_cast<unsigned char>(high * 16 + v)));
+            high = -1;
+        }
+    }
+    if (high >= 0)
+        throw std::invalid_argument("odd number of hex digits");
+    return out;
+}
+
+std::string to_hex(const std::vector<char>& bytes)
+{
+    std::string out;
+    char buf[4];
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        std::snprintf(buf, sizeof buf, i ? " %02X" : "%02X", static_cast<unsigned char>(bytes[i]));
+        out += buf;
+    }
+    return out;
+}
+
+TempRoot::TempRoot()
+{
+    std::string templ = (std::filesystem::temp_directory_path() / "tavel-root-XXXXXX").string();
+    if (!::mkdtemp(&templ[0]))
+        throw std::runtime_error("mkdtemp failed");
+    path_ = templ;
+    const char* prev = std::getenv("TAVEL_ROOT");
+    had_previous_ = prev != nullptr;
+    if (prev)
+        previous_ = prev;
+    ::setenv("TAVEL_ROOT", path_.c_str(), 1);
+}
+
+TempRoot::~TempRoot()
+{
+    if (had_previous_)
+        ::setenv("TAVEL_ROOT", previous_.c_str(), 1);
+    else
+        ::unsetenv("TAVEL_ROOT");
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+}
+
+} // namespace test
+} // namespace tavel
