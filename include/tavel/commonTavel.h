@@ -12,5 +12,7 @@
 #include <tavel/network_descriptors.h>
 #include <tavel/sections.h>
 #include <tavel/service_records.h>
+#include <tavel/tot.h>
+#include <tavel/eit.h>
 
 #endif
