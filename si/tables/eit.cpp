@@ -97,6 +97,7 @@ void tEIT::cerrar_ultima_seccion()
 
 int tEIT::getEIT(char)
 {
+    // Placeholder: callers link against it; events are not served from here.
     return 0;
 }
 
@@ -104,12 +105,11 @@ bool tEIT::leer_archivo_EIT_a_buffer(std::vector<char>& buffer)
 {
     const std::string path = platform_path(std::string(constants::kSiTablesDir) + constants::kEitTableFile);
     tavel::log(LOG_DEBUG, "Leemos el archivo %s", path.c_str());
+    // Both lines keep the NIT wording: the log readers search for it.
     if (read_char_vector_from_file(path, buffer) == 0) {
-        // The NIT wording is what the log readers search for; keep it.
         tavel::log(LOG_WARNING, "Imposible leer el archivo NIT o archivo NIT no existente. %s", path.c_str());
         return false;
     }
-    // The NIT wording is what the log readers search for; keep it.
     tavel::log(LOG_DEBUG, "leer_archivo_NIT_a_buffer: tamano_archivo %i", static_cast<int>(buffer.size()));
     return true;
 }
