@@ -6,6 +6,7 @@
 #include <tavel/constants.h>
 #include <tavel/file_io.h>
 #include <tavel/coding.h>
+#include <tavel/dvb_text.h>
 #include <tavel/descriptor.h>
 #include <tavel/delivery_descriptors.h>
 #include <tavel/service_descriptors.h>
