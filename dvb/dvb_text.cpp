@@ -40,13 +40,6 @@ private:
 
 } // namespace
 
-// "%m" is a syslog extension that ISO C++ format checking rejects.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat"
-#if defined(__clang__)
-#pragma GCC diagnostic ignored "-Wformat-pedantic"
-#endif
-
 std::string dvb_string_get_encoding(const std::string& text, unsigned short& pos)
 {
     if (text.empty())
@@ -119,7 +112,5 @@ std::string DVB_text_decode(std::string text)
     tavel::log(LOG_DEBUG, "STRING FINAL %s", result.c_str());
     return result;
 }
-
-#pragma GCC diagnostic pop
 
 } // namespace tavel
