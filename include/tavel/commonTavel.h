@@ -12,5 +12,6 @@
 #include <tavel/network_descriptors.h>
 #include <tavel/sections.h>
 #include <tavel/service_records.h>
+#include <tavel/sdt.h>
 
 #endif
