@@ -231,10 +231,14 @@ TEST(SdtGeneration, DescramblingWriteBackIsSeenBySecondOutputService)
     first.Descifrar = 1;
     o.sdt->servicios[1] = first;
     o.sdt->servicios[2] = record(0x0602, 0x0102, 0x01, ""); // not descrambled itself
+    tavel::LogCapture log;
     EXPECT_EQ(o.generate(), to_hex(hex("42 F0 16 04 57 CF 00 00 22 D4 FF"
                                        " 06 01 FC 40 00" // pausing, clear
                                        " 06 02 FC 40 00" // clear too: the pattern was cleared
                                        " 90 3C EE 8B")));
+    EXPECT_TRUE(log.has(LOG_DEBUG, "generar_service_loop modoScrambling 0 SDTServiceEntrada->free_CA_mode 1 "
+                                   "ervicioActual.second.Descifrar 1"));
+    EXPECT_TRUE(log.has(LOG_DEBUG, "generar_service_loop SDTServiceEntrada->free_CA_mode 0 ervicioActual.second.Descifrar 0"));
 }
 
 TEST(SdtGeneration, PlacementBoundaryAtFreeSpaceMinusFour)
