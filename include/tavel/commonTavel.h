@@ -15,6 +15,7 @@
 #include <tavel/service_records.h>
 #include <tavel/code_conversions.h>
 #include <tavel/rf_plans.h>
+#include <tavel/sdt.h>
 #include <tavel/tot.h>
 #include <tavel/eit.h>
 
