@@ -12,5 +12,7 @@
 #include <tavel/network_descriptors.h>
 #include <tavel/sections.h>
 #include <tavel/service_records.h>
+#include <tavel/lcn_memory.h>
+#include <tavel/nit.h>
 
 #endif
