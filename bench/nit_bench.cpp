@@ -106,7 +106,7 @@ std::vector<char> pattern_nit(uint16_t p)
     for (uint16_t e = 0; e < 8; ++e) {
         const uint16_t tsid = static_cast<uint16_t>(p * 8 + e + 1);
         const std::vector<char> entry = {
-            static_cast<char>(tsid >> 8), static_cast<char>(tsid), 0x00, kPatternOnid, static_cast<char>(0xF0), 28,
+            static_cast<char>(tsid >> 8), static_cast<char>(tsid), 0x00, kPatternOnid, static_cast<char>(0xF0), 27,
             0x43, 0x0B, 0x01, 0x17, 0x57, 0x00, 0x01, static_cast<char>(0x92), static_cast<char>(0x81), 0x02, 0x75, 0x00, 0x03,
             0x5F, 0x04, 0x00, 0x00, 0x00, 0x28,
             static_cast<char>(0x99), 0x03, 0x01, 0x02, 0x03,
@@ -127,8 +127,8 @@ std::unique_ptr<tavel::tNIT> network(const std::map<uint16_t, tavel::datos_salid
     nit->salidas = salidas;
     for (int p = 0; p < patterns; ++p) {
         nit->addNITPatron(pattern_nit(static_cast<uint16_t>(p)));
-        for (uint16_t e = 0; e < 8; ++e)
-            nit->ts_desde_patron.emplace_back(static_cast<uint16_t>(p * 8 + e + 1), kPatternOnid);
+        // Every listed pattern TS is taken into every output: one per pattern.
+        nit->ts_desde_patron.emplace_back(static_cast<uint16_t>(p * 8 + 1), kPatternOnid);
     }
     return nit;
 }
