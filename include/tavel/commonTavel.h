@@ -6,12 +6,17 @@
 #include <tavel/constants.h>
 #include <tavel/file_io.h>
 #include <tavel/coding.h>
+#include <tavel/dvb_text.h>
 #include <tavel/descriptor.h>
 #include <tavel/delivery_descriptors.h>
 #include <tavel/service_descriptors.h>
 #include <tavel/network_descriptors.h>
 #include <tavel/sections.h>
 #include <tavel/service_records.h>
+#include <tavel/code_conversions.h>
+#include <tavel/rf_plans.h>
+#include <tavel/tot.h>
+#include <tavel/eit.h>
 #include <tavel/lcn_memory.h>
 #include <tavel/nit.h>
 
