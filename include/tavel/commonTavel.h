@@ -12,5 +12,9 @@
 #include <tavel/network_descriptors.h>
 #include <tavel/sections.h>
 #include <tavel/service_records.h>
+#include <tavel/module.h>
+#include <tavel/load.h>
+#include <tavel/network.h>
+#include <tavel/host_identity.h>
 
 #endif

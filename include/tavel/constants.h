@@ -15,6 +15,7 @@ inline constexpr char kDtMacPath[] = "/sys/firmware/devicetree/base/tavel/mac";
 inline constexpr char kDtHwVersionPath[] = "/sys/firmware/devicetree/base/tavel/hw_version";
 inline constexpr char kDtDatecodePath[] = "/sys/firmware/devicetree/base/tavel/datecode";
 inline constexpr char kDetectedSlotPath[] = "/tmp/tavel/detected-slot";
+inline constexpr char kProcStatPath[] = "/proc/stat";
 
 // --- Network interfaces and addresses ---
 inline constexpr char kLoopbackInterface[] = "lo";
@@ -24,10 +25,22 @@ inline constexpr char kNetworkConfigTool[] = "/usr/bin/tavnet-external-net-confi
 // and the port of its user-log service.
 inline constexpr char kUserLogMasterHost[] = "tavel-master";
 inline constexpr int kUserLogMasterPort = 11000;
+// The fixed multicast group of the PSI/SI tables.
+inline constexpr char kPsisiMulticastAddress[] = "232.0.1.1";
+// Backplane addresses of the processor and the FPGA: the query (found on the
+// search path) and the addresses used when it gives nothing usable.
+inline constexpr char kBackplaneSubnetTool[] = "tavnet-backplane-subnet";
+inline constexpr char kBackplaneSubnetQuery[] = "vlan500_ips";
+inline constexpr char kDefaultCpuBackplaneAddress[] = "192.168.184.201";
+inline constexpr char kDefaultFpgaBackplaneAddress[] = "192.168.184.200";
 
 // --- Model names and labels ---
 inline constexpr char kSlotHostPrefix[] = "tvl";
 inline constexpr char kMakerLabel[] = "TAVEL";
+inline constexpr char kModelKmx410[] = "KMX-410";
+inline constexpr char kModelKmx430[] = "KMX-430";
+inline constexpr char kModelKmx630[] = "KMX-630";
+inline constexpr char kModelKsr430[] = "KSR-430";
 
 // --- SI tables ---
 inline constexpr char kSiTablesDir[] = "/tavel/datosWeb/tablasSI/";
