@@ -16,5 +16,6 @@
 #include <tavel/load.h>
 #include <tavel/network.h>
 #include <tavel/host_identity.h>
+#include <tavel/user_log.h>
 
 #endif
