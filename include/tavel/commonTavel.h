@@ -6,12 +6,15 @@
 #include <tavel/constants.h>
 #include <tavel/file_io.h>
 #include <tavel/coding.h>
+#include <tavel/dvb_text.h>
 #include <tavel/descriptor.h>
 #include <tavel/delivery_descriptors.h>
 #include <tavel/service_descriptors.h>
 #include <tavel/network_descriptors.h>
 #include <tavel/sections.h>
 #include <tavel/service_records.h>
+#include <tavel/code_conversions.h>
+#include <tavel/rf_plans.h>
 #include <tavel/module.h>
 #include <tavel/load.h>
 #include <tavel/network.h>
