@@ -18,7 +18,7 @@ namespace {
 constexpr size_t kMaxHostNameLength = 63;
 constexpr size_t kMaxSerialLength = 64;
 
-bool readDeviceTreeFile(const char* path, std::vector<char>& data)
+bool readPlatformFile(const char* path, std::vector<char>& data)
 {
     return read_char_vector_from_file(platform_path(path), data) != 0;
 }
@@ -72,7 +72,7 @@ std::string hostNameFromDeviceTree()
 {
     std::vector<char> model_data;
     std::vector<char> mac_data;
-    if (!readDeviceTreeFile(constants::kDtModelPath, model_data) || !readDeviceTreeFile(constants::kDtMacPath, mac_data))
+    if (!readPlatformFile(constants::kDtModelPath, model_data) || !readPlatformFile(constants::kDtMacPath, mac_data))
         return std::string();
     std::string model = trimmedText(model_data);
     unsigned char mac[6];
@@ -87,6 +87,22 @@ std::string hostNameFromDeviceTree()
     if (name.size() > kMaxHostNameLength - 7)
         name.resize(kMaxHostNameLength - 7);
     return name + suffix;
+}
+
+// The trimmed serial number in the file, or empty when missing or unusable.
+std::string readSerial(const char* path)
+{
+    std::vector<char> data;
+    if (!readPlatformFile(path, data))
+        return std::string();
+    std::string serial = trimmedText(data);
+    if (serial.size() > kMaxSerialLength)
+        return std::string();
+    for (char c : serial) {
+        if (!isAsciiAlnum(c) && c != '-' && c != '_')
+            return std::string();
+    }
+    return serial;
 }
 
 std::string kernelHostName()
@@ -109,17 +125,13 @@ std::string getModuleHostName(bool usar_nombre_kernel)
 
 std::string getPhoneHomeId()
 {
-    std::vector<char> data;
-    if (!readDeviceTreeFile(constants::kDtSerialPath, data))
-        return std::string();
-    std::string serial = trimmedText(data);
-    if (serial.empty() || serial.size() > kMaxSerialLength)
-        return std::string();
-    for (char c : serial) {
-        if (!isAsciiAlnum(c) && c != '-' && c != '_')
-            return std::string();
+    // The serial the unit was configured with wins over the board's own.
+    for (const char* path : {constants::kSerialNumberPath, constants::kDtSerialPath}) {
+        std::string serial = readSerial(path);
+        if (!serial.empty())
+            return std::string(constants::kMakerLabel) + "-" + serial;
     }
-    return std::string(constants::kMakerLabel) + "-" + serial;
+    return std::string();
 }
 
 } // namespace tavel

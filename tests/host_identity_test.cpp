@@ -15,6 +15,7 @@ using tavel::test::TempRoot;
 const char kModel[] = "/sys/firmware/devicetree/base/tavel/modelo";
 const char kMac[] = "/sys/firmware/devicetree/base/tavel/mac";
 const char kSerial[] = "/sys/firmware/devicetree/base/tavel/serial";
+const char kConfiguredSerial[] = "/tavel/conf/tavel_numserie";
 
 void put(const TempRoot& root, const char* path, const std::string& content)
 {
@@ -75,23 +76,33 @@ TEST(HostIdentity, MissingOrBadFilesFallBackOnlyWhenAsked)
 TEST(HostIdentity, PhoneHomeIdFromSerial)
 {
     struct Case {
-        const char* serial;  // nullptr: file missing
+        const char* configured;  // nullptr: file missing
+        const char* board;
         const char* id;
     } cases[] = {
-        {"K63012345", "TAVEL-K63012345"},
-        {"K63012345\n", "TAVEL-K63012345"},
-        {"AB-12_c", "TAVEL-AB-12_c"},
-        {"", ""},
-        {"K630 12345", ""},
-        {"K630/../x", ""},
-        {nullptr, ""},
+        {nullptr, "K63012345", "TAVEL-K63012345"},
+        {nullptr, "K63012345\n", "TAVEL-K63012345"},
+        {nullptr, "AB-12_c", "TAVEL-AB-12_c"},
+        {"C0001\n", "K63012345", "TAVEL-C0001"},
+        {"", "K63012345", "TAVEL-K63012345"},
+        {"bad serial", "K63012345", "TAVEL-K63012345"},
+        {nullptr, "", ""},
+        {nullptr, "K630 12345", ""},
+        {nullptr, "K630/../x", ""},
+        {nullptr, nullptr, ""},
     };
     for (const Case& c : cases) {
         TempRoot root;
-        if (c.serial)
-            put(root, kSerial, std::string(c.serial) + '\0');
-        EXPECT_EQ(tavel::getPhoneHomeId(), c.id) << (c.serial ? c.serial : "(missing)");
+        if (c.configured)
+            put(root, kConfiguredSerial, c.configured);
+        if (c.board)
+            put(root, kSerial, std::string(c.board) + '\0');
+        EXPECT_EQ(tavel::getPhoneHomeId(), c.id) << (c.configured ? c.configured : "-") << " / "
+                                                 << (c.board ? c.board : "-");
     }
+    TempRoot root;
+    put(root, kSerial, std::string(65, 'A'));
+    EXPECT_EQ(tavel::getPhoneHomeId(), "");
 }
 
 } // namespace

@@ -19,10 +19,11 @@ namespace tavel {
 TAVEL_API std::string getModuleHostName(bool usar_nombre_kernel);
 
 // The identifier the module gives when it calls home: the maker label, '-'
-// and the board serial number from the device tree, e.g. "TAVEL-K63012345".
-// The serial is trimmed of trailing '\0', blanks and newlines and may hold
-// only letters, digits, '-' and '_' (at most 64 characters); otherwise, or
-// when the file is missing, the result is empty.
+// and the serial number, e.g. "TAVEL-K63012345". The serial is the one the
+// unit was configured with (/tavel/conf/tavel_numserie), else the board's
+// from the device tree; trimmed of trailing '\0', blanks and newlines, it
+// must be 1 to 64 letters, digits, '-' or '_' to count. Empty when neither
+// file gives one.
 TAVEL_API std::string getPhoneHomeId();
 
 } // namespace tavel

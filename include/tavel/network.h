@@ -13,9 +13,8 @@ namespace tavel {
 // 0 for an empty or invalid text.
 TAVEL_API unsigned int ip4StringToInt(const std::string& ip);
 
-// Host-order integer to dotted text. The result is 15 characters long unless
-// the text fills 15 itself: shorter texts are padded with '\0' characters
-// (use it through c_str()). Empty on failure.
+// Host-order integer to dotted text, always 15 characters: a shorter text is
+// followed by '\0' padding (use it through c_str()). Empty on failure.
 TAVEL_API std::string intToIp4String(unsigned long ip);
 
 // True for 224.0.0.0 to 239.255.255.255 (host order).
