@@ -18,5 +18,7 @@
 #include <tavel/sdt.h>
 #include <tavel/tot.h>
 #include <tavel/eit.h>
+#include <tavel/lcn_memory.h>
+#include <tavel/nit.h>
 
 #endif
