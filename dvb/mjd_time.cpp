@@ -56,11 +56,11 @@ int checkValidezHora(unsigned long long new_time, unsigned long long old_time)
     tavel::log(LOG_DEBUG, "Hora %llu, old %llu", new_time, old_time);
     if (new_time <= kEarliestValidTime)
         return 0;
-    long long diff = static_cast<long long>(old_time - new_time);
-    if (diff < 0)
-        diff = -diff;
-    tavel::log(LOG_DEBUG, "Hora %lli, old %lli", diff, kSameTimeSeconds);
-    return diff < kSameTimeSeconds + 1 ? 2 : 1;
+    // The magnitude is taken unsigned: negating the most negative 64-bit
+    // difference would overflow.
+    const unsigned long long diff = old_time > new_time ? old_time - new_time : new_time - old_time;
+    tavel::log(LOG_DEBUG, "Hora %lli, old %lli", static_cast<long long>(diff), kSameTimeSeconds);
+    return diff < static_cast<unsigned long long>(kSameTimeSeconds + 1) ? 2 : 1;
 }
 
 } // namespace tavel

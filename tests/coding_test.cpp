@@ -152,4 +152,6 @@ TEST(MjdTime, CheckValidezHora)
     EXPECT_EQ(tavel::checkValidezHora(1700000006ULL, 1700000000ULL), 1);
     EXPECT_EQ(tavel::checkValidezHora(1700000000ULL, 1700000005ULL), 2); // absolute difference
     EXPECT_EQ(tavel::checkValidezHora(1700000000ULL, 1700000006ULL), 1);
+    // A difference of 2^63 is far apart, not "the same time".
+    EXPECT_EQ(tavel::checkValidezHora(1700000000ULL, 1700000000ULL + (1ULL << 63)), 1);
 }
