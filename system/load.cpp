@@ -41,10 +41,14 @@ unsigned int getCpuUsage(unsigned int& total_anterior, unsigned int& idle_anteri
         return 0;
     // The aggregate line starts with "cpu" and blanks.
     in.ignore(5, ' ');
+    // Busy hosts pass 2^32 ticks in the aggregate line; such a figure would
+    // stop a 32-bit read, so read it whole and keep its low 32 bits.
     uint32_t times[7];
     for (uint32_t& t : times) {
-        if (!(in >> t))
+        unsigned long long figure = 0;
+        if (!(in >> figure))
             return 0;
+        t = static_cast<uint32_t>(figure);
     }
     uint32_t total = 0;
     for (uint32_t t : times)

@@ -39,6 +39,20 @@ TEST(CpuUsage, FirstCallPrimesThenUnchangedCountersGiveZero)
     EXPECT_EQ(idle, 1300u);
 }
 
+TEST(CpuUsage, FiguresBeyond32BitsWrap)
+{
+    TempRoot root;
+    // idle 2^32 + 1000 on a many-core host; the sum wraps in 32 bits.
+    writeProcStat(root, "cpu  1000 0 0 4294968296 0 0 0\n");
+    unsigned int total = 0, idle = 0;
+    EXPECT_EQ(tavel::getCpuUsage(total, idle), 50u);
+    EXPECT_EQ(total, 2000u);
+    EXPECT_EQ(idle, 1000u);
+    // 100 more ticks, all busy.
+    writeProcStat(root, "cpu  1100 0 0 4294968296 0 0 0\n");
+    EXPECT_EQ(tavel::getCpuUsage(total, idle), 100u);
+}
+
 TEST(CpuUsage, UnreadableFiguresLeaveCountersAlone)
 {
     TempRoot root;
