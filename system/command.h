@@ -11,8 +11,9 @@ namespace command {
 // Starts program with argv (argv[0] included, passed as given) and its
 // standard output on a pipe; salida is cleared and receives everything the
 // program prints until it exits. program is searched on PATH when it has no
-// slash. 0 once the program ran, -1 when it could not be started. The exit
-// status is not looked at.
+// slash. 0 once the program ran, or was missing or not executable (empty
+// output, as a shell would give); -1 when no process could be started. The
+// exit status is not looked at.
 int run(const std::string& program, const std::vector<std::string>& argv, std::string& salida);
 
 // The argument vector of the interface status query for one interface.

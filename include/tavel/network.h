@@ -30,8 +30,8 @@ TAVEL_API int getCpuAndFpgaIpAddress(std::string& cpu, std::string& fpga);
 
 // Runs the network configuration tool for the interface (its JSON status)
 // and leaves the tool's whole output in salida. The name reaches the tool as
-// one argument and is never seen by a shell. 0, or -1 when the tool cannot
-// be started.
+// one argument and is never seen by a shell. 0 (a missing tool gives an
+// empty output, as through a shell), or -1 when no process can be started.
 TAVEL_API int getNetworInterfaceStatus(std::string interfaz, std::string& salida);
 
 } // namespace tavel
