@@ -1,12 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <csignal>
+#include <iterator>
 #include <cstdlib>
 #include <cstring>
-#include <unistd.h>
 #include <filesystem>
 #include <fstream>
-#include <sys/stat.h>
+#include <sys/resource.h>
 #include <syslog.h>
 
 #include <tavel/file_io.h>
@@ -24,25 +25,24 @@ std::string slurp(const std::string& path)
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
+
+size_t entries(const std::string& dir)
+{
+    return static_cast<size_t>(std::distance(fs::directory_iterator(dir), fs::directory_iterator()));
+}
 } // namespace
 
 TEST(PlatformPath, PrefixesOnlyWithNonEmptyRoot)
 {
-    const char* saved = std::getenv("TAVEL_ROOT");
-    std::string keep = saved ? saved : "";
-    ::unsetenv("TAVEL_ROOT");
-    EXPECT_EQ(tavel::platform_path("/tavel/datosWeb/tablasSI/NIT_table"), "/tavel/datosWeb/tablasSI/NIT_table");
+    tavel::test::TempRoot root; // restores the caller's TAVEL_ROOT afterwards
+    EXPECT_EQ(tavel::platform_path("/tmp/tavel/detected-slot"), root.path() + "/tmp/tavel/detected-slot");
     ::setenv("TAVEL_ROOT", "", 1);
     EXPECT_EQ(tavel::platform_path("/tmp/tavel/detected-slot"), "/tmp/tavel/detected-slot");
-    ::setenv("TAVEL_ROOT", "/scratch/root", 1);
-    EXPECT_EQ(tavel::platform_path("/tmp/tavel/detected-slot"), "/scratch/root/tmp/tavel/detected-slot");
-    if (saved)
-        ::setenv("TAVEL_ROOT", keep.c_str(), 1);
-    else
-        ::unsetenv("TAVEL_ROOT");
+    ::unsetenv("TAVEL_ROOT");
+    EXPECT_EQ(tavel::platform_path("/tavel/datosWeb/tablasSI/NIT_table"), "/tavel/datosWeb/tablasSI/NIT_table");
 }
 
-TEST(FileIo, WriteCreatesDirectoriesAndReadsBack)
+TEST(FileIo, WriteCreatesDirectoriesReplacesAndReadsBack)
 {
     tavel::test::TempRoot root;
     const std::string path = root("/tavel/datosWeb/tablasSI/NIT_table");
@@ -52,35 +52,35 @@ TEST(FileIo, WriteCreatesDirectoriesAndReadsBack)
     ASSERT_NE(tavel::read_char_vector_from_file(path, back), 0);
     EXPECT_EQ(back, data);
     // Replacing leaves exactly the new content and no temporary behind.
-    std::vector<char> shorter = hex("01");
-    ASSERT_NE(tavel::write_char_vector_to_file(shorter, path, false), 0);
+    ASSERT_NE(tavel::write_char_vector_to_file(hex("01"), path, false), 0);
     EXPECT_EQ(slurp(path), std::string("\x01", 1));
-    size_t files = 0;
-    for (const auto& entry : fs::directory_iterator(fs::path(path).parent_path())) {
-        (void)entry;
-        ++files;
-    }
-    EXPECT_EQ(files, 1u);
-    // An empty buffer gives an empty file.
+    EXPECT_EQ(entries(fs::path(path).parent_path()), 1u);
     ASSERT_NE(tavel::write_char_vector_to_file({}, path, false), 0);
     EXPECT_EQ(fs::file_size(path), 0u);
 }
 
+// A write cut short (file size limit, which holds for root too) keeps the old
+// file and removes the temporary.
 TEST(FileIo, FailedWriteKeepsOldFile)
 {
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "root ignores directory permissions";
     tavel::test::TempRoot root;
-    const std::string dir = root("/tables");
-    const std::string path = dir + "/TOT_table";
+    const std::string path = root("/tables/TOT_table");
     ASSERT_NE(tavel::write_char_vector_to_file(hex("73 F0"), path, false), 0);
-    ASSERT_EQ(::chmod(dir.c_str(), 0555), 0);
-    EXPECT_EQ(tavel::write_char_vector_to_file(hex("00 00 00"), path, false), 0);
-    ::chmod(dir.c_str(), 0755);
+    rlimit saved{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+    rlimit small = saved;
+    small.rlim_cur = 4;
+    auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const int result = tavel::write_char_vector_to_file(std::vector<char>(64, 'x'), path, false);
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, old_handler);
+    EXPECT_EQ(result, 0);
     EXPECT_EQ(slurp(path), std::string("\x73\xF0", 2));
+    EXPECT_EQ(entries(root("/tables")), 1u);
 }
 
-TEST(FileIo, FailedRenameKeepsOldFileAndRemovesTemporary)
+TEST(FileIo, FailedRenameAndReadKeepWhatWasThere)
 {
     // A directory standing where the file should be: rename must fail.
     tavel::test::TempRoot root;
@@ -88,21 +88,12 @@ TEST(FileIo, FailedRenameKeepsOldFileAndRemovesTemporary)
     fs::create_directories(path + "/inner");
     EXPECT_EQ(tavel::write_char_vector_to_file(hex("40"), path, false), 0);
     EXPECT_TRUE(fs::is_directory(path + "/inner"));
-    size_t entries = 0;
-    for (const auto& entry : fs::directory_iterator(root("/tables"))) {
-        (void)entry;
-        ++entries;
-    }
-    EXPECT_EQ(entries, 1u);
-}
+    EXPECT_EQ(entries(root("/tables")), 1u);
+    EXPECT_EQ(tavel::write_char_vector_to_file(hex("40"), root("/dir/"), false), 0);
 
-TEST(FileIo, ReadFailureLeavesBuffer)
-{
-    tavel::test::TempRoot root;
     std::vector<char> buffer = hex("01 02");
     EXPECT_EQ(tavel::read_char_vector_from_file(root("/missing"), buffer), 0);
     EXPECT_EQ(buffer, hex("01 02"));
-    EXPECT_EQ(tavel::write_char_vector_to_file(buffer, root("/dir/"), false), 0);
 }
 
 TEST(Log, CaptureRecordsPriorityTextAndErrno)
@@ -116,7 +107,6 @@ TEST(Log, CaptureRecordsPriorityTextAndErrno)
         ASSERT_EQ(inner.lines().size(), 2u);
         EXPECT_TRUE(inner.has(LOG_WARNING, "Imposible leer x 5%"));
         EXPECT_TRUE(inner.has(LOG_ERR, std::string("iconv: (") + std::strerror(ENOENT) + ") 22"));
-        EXPECT_EQ(inner.count(LOG_ERR), 1u);
     }
     // Lines go to the innermost capture only; the outer one sees later lines.
     EXPECT_TRUE(outer.lines().empty());
