@@ -41,7 +41,8 @@ const char* const kPatternSdt =
     " 01 04 FC 80 00"      // 0x0104: running, in the clear, no descriptors
     " 6D 0A 4B 04";        // CRC_32
 
-datos_servicios record(uint16_t sid, uint16_t sid_entrada, uint16_t tipo, const std::string& nombre)
+datos_servicios record(uint16_t sid, uint16_t sid_entrada, uint16_t tipo, const std::string& nombre,
+                       uint16_t descifrar = 0, uint8_t cifrado = 0, uint16_t cambiar_nombre = 0)
 {
     datos_servicios r;
     r.sid = sid;
@@ -50,31 +51,41 @@ datos_servicios record(uint16_t sid, uint16_t sid_entrada, uint16_t tipo, const 
     r.onid_entrada = 0x0020;
     r.tipo_servicio = tipo;
     r.nombre = nombre;
+    r.Descifrar = descifrar;
+    r.cifrado = cifrado;
+    r.cambiar_nombre = cambiar_nombre;
     return r;
 }
 
-// The output table every case uses: tsid 0x0457, onid 0x22D4, version 7.
+// The output table: tsid 0x0457, onid 0x22D4, version 7, with kPatternSdt as the only pattern.
 struct Output {
-    explicit Output(uint16_t modoScrambling = 0)
-        : sdt(std::make_unique<tSDT>(0x42, 0x0457, 0x22D4, 7, modoScrambling))
+    explicit Output(uint16_t modoScrambling = 0) : sdt(0x42, 0x0457, 0x22D4, 7, modoScrambling)
     {
         patterns.addSDTPatron(hex(kPatternSdt));
-        sdt->patrones = &patterns;
+        sdt.patrones = &patterns;
     }
-    std::string generate()
+    std::string generate(const std::vector<datos_servicios>& records)
     {
-        sdt->generarSDT();
+        for (size_t i = 0; i < records.size(); ++i)
+            sdt.servicios[static_cast<uint16_t>(i + 1)] = records[i];
+        sdt.generarSDT();
         std::vector<char> out;
-        sdt->getSDT(out, false);
+        sdt.getSDT(out, false);
         return to_hex(out);
     }
-    std::shared_ptr<tavel::SDTServices> pattern_service(size_t index)
-    {
-        return patterns.sdts.at(0)->secciones.at(0)->services.items.at(index);
-    }
     SDTPatron patterns;
-    std::unique_ptr<tSDT> sdt;
+    tSDT sdt;
 };
+
+// An output table whose services are all new ("Servicio numero 0000"): no patterns held.
+std::unique_ptr<tSDT> generated(uint16_t version, size_t services, uint16_t tsid = 0x0457)
+{
+    auto sdt = std::make_unique<tSDT>(0x42, tsid, 0x22D4, version, 0);
+    for (uint16_t i = 1; i <= services; ++i)
+        sdt->servicios[i] = record(i, 0x0999, 0x01, "Servicio numero 0000");
+    sdt->generarSDT();
+    return sdt;
+}
 
 // A service not found in any pattern: fresh service descriptor, type 1.
 std::vector<char> not_found_entry(uint16_t sid, const std::string& name)
@@ -89,7 +100,7 @@ std::vector<char> not_found_entry(uint16_t sid, const std::string& name)
     return e;
 }
 
-// Header of a section of the output table, with its loop and CRC.
+// A section of the output table around a service loop, with its CRC.
 std::string section(uint8_t number, uint8_t last, const std::vector<char>& loop, const std::string& crc)
 {
     const size_t length = 8 + loop.size() + 4;
@@ -104,31 +115,12 @@ std::string section(uint8_t number, uint8_t last, const std::vector<char>& loop,
     return to_hex(s);
 }
 
-TEST(SdtGeneration, EmptyServicesGiveOneFifteenByteSection)
-{
-    tSDT sdt(0x42, 0x0457, 0x22D4, 7, 0);
-    sdt.generarSDT();
-    ASSERT_EQ(sdt.secciones.size(), 1u);
-    EXPECT_EQ(sdt.data_size, 15u);
-    EXPECT_EQ(sdt.num_service, 0u);
-    EXPECT_EQ(sdt.seccionActual, nullptr);
-    std::vector<char> out;
-    sdt.getSDT(out, false);
-    EXPECT_EQ(to_hex(out), to_hex(hex("42 F0 0C"         // actual, section_length 12
-                                      " 04 57 CF 00 00"  // tsid, version 7 current, section 0 of 0
-                                      " 22 D4 FF"        // onid, reserved
-                                      " 44 4D E4 24"))); // CRC_32
-}
-
 TEST(SdtGeneration, FoundServiceKeepsDescriptorsAndMissingOneGetsFreshDescriptor)
 {
     Output o;
     datos_servicios found = record(0x0201, 0x0101, 0x19, "Nuevo");
     found.proveedor = "Prov";
-    o.sdt->servicios[1] = found;
-    o.sdt->servicios[2] = record(0x0202, 0x0999, 0x02, "Radio");
-    tavel::LogCapture log;
-    EXPECT_EQ(o.generate(),
+    EXPECT_EQ(o.generate({found, record(0x0202, 0x0999, 0x02, "Radio")}),
               to_hex(hex("42 F0 4B 04 57 CF 00 00 22 D4 FF" // section_length 75
                          // 0x0201 from 0x0101: running kept, EIT flags dropped, 36 bytes
                          " 02 01 FC 80 24"
@@ -139,130 +131,66 @@ TEST(SdtGeneration, FoundServiceKeepsDescriptorsAndMissingOneGetsFreshDescriptor
                          // 0x0202 not found: running, clear, fresh descriptor
                          " 02 02 FC 80 11 48 0F 02 06 15 54 41 56 45 4C 06 15 52 61 64 69 6F"
                          " B8 1E 55 0D")));
-    EXPECT_EQ(o.sdt->num_service, 2u);
-    EXPECT_EQ(o.sdt->data_size, 78u);
-    // The generator's own lines, in the order operators read them.
-    std::vector<std::string> trace;
-    for (const auto& line : log.lines()) {
-        if (line.priority == LOG_DEBUG && (line.text.rfind("generar_service_loop", 0) == 0 ||
-                                           line.text.rfind("cerra", 0) == 0 || line.text.rfind("data_size", 0) == 0))
-            trace.push_back(line.text);
-    }
-    const std::vector<std::string> expected = {
-        "generar_service_loop",
-        "generar_service_loop service id 513",
-        "generar_service_loop modoScrambling 0 SDTServiceEntrada->free_CA_mode 0 ervicioActual.second.Descifrar 0",
-        "generar_service_loop SDTServiceEntrada->free_CA_mode 0 ervicioActual.second.Descifrar 0",
-        "generar_service_loop Cambiando provider de servicio con SID 513 a TAVEL de tamaño 4",
-        "generar_service_loop TIPO SALIDA 25",
-        "generar_service_loop push back",
-        "generar_service_loop seccionActual->espacio_libre_seccion 968",
-        "generar_service_loop seccionActual->length 53",
-        "generar_service_loop num_service 1",
-        "generar_service_loop service id 514",
-        "generar_service_loop push back",
-        "generar_service_loop seccionActual->espacio_libre_seccion 946",
-        "generar_service_loop seccionActual->length 75",
-        "generar_service_loop num_service 2",
-        "cerrar_ultima_seccion",
-        "cerramos la seccion con size 78",
-        "data_size: 78",
-    };
-    EXPECT_EQ(trace, expected);
+    EXPECT_EQ(o.sdt.num_service, 2u);
 
     // Non-service descriptors are the pattern's own objects; the service
     // descriptor is a copy, so the pattern still says what it received.
-    auto input = o.pattern_service(0);
-    auto output = o.sdt->secciones[0]->services.items[0];
-    EXPECT_EQ(output->descriptores.items[0], input->descriptores.items[0]);
-    EXPECT_NE(output->descriptores.items[1], input->descriptores.items[1]);
-    EXPECT_EQ(output->descriptores.items[3], input->descriptores.items[3]);
-    EXPECT_EQ(input->descriptores.items[1]->descriptor_length, 10);
+    const auto& in = o.patterns.sdts[0]->secciones[0]->services.items[0]->descriptores.items;
+    const auto& out = o.sdt.secciones[0]->services.items[0]->descriptores.items;
+    EXPECT_EQ(out[0], in[0]);
+    EXPECT_NE(out[1], in[1]);
+    EXPECT_EQ(out[3], in[3]);
+    EXPECT_EQ(in[1]->descriptor_length, 10);
 }
 
-TEST(SdtGeneration, NameChangesOnlyWhenCambiarNombreIsOne)
+// Empty table, scrambling, naming and the write-back into the pattern, one output table each.
+TEST(SdtGeneration, ScramblingAndNamingRules)
 {
-    struct Case {
-        uint16_t cambiar_nombre;
-        const char* expected;
-    } cases[] = {
-        {1, "42 F0 1F 04 57 CF 00 00 22 D4 FF 03 01 FC 80 0E"
-            " 48 0C 01 06 15 54 41 56 45 4C 03 15 58 59" // TAVEL, XY
-            " 22 62 E9 7E"},
-        {2, "42 F0 20 04 57 CF 00 00 22 D4 FF 03 01 FC 80 0F"
-            " 48 0D 01 06 15 54 41 56 45 4C 04 15 43 44 45" // TAVEL, CDE kept
-            " 7D 04 41 C4"},
+    // Every expected section up to the service's running_status/free_CA_mode
+    // byte: section_length 17 when found, 29 when not found.
+    const std::string found = "42 F0 11 04 57 CF 00 00 22 D4 FF 05 01 FC ";
+    const std::string fresh = "42 F0 1D 04 57 CF 00 00 22 D4 FF 05 01 FC ";
+    const std::string tavel = " 0C 48 0A 01 06 15 54 41 56 45 4C 01 15 "; // fresh service descriptor, no name
+    const auto in = [](uint16_t sid_entrada, uint16_t descifrar = 0, uint8_t cifrado = 0) {
+        return record(0x0501, sid_entrada, 0x01, "", descifrar, cifrado); // 0x0102 scrambled, 0x0104 clear, 0x0999 none
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.cambiar_nombre);
-        Output o;
-        datos_servicios r = record(0x0301, 0x0103, 0x01, "XY"); // input said type 0x19
-        r.cambiar_nombre = c.cambiar_nombre;
-        o.sdt->servicios[1] = r;
-        tavel::LogCapture log;
-        EXPECT_EQ(o.generate(), to_hex(hex(c.expected)));
-        EXPECT_EQ(log.has(LOG_DEBUG, "generar_service_loop Cambiando nombre de servicio con SID 769 a XY de tamaño 2"),
-                  c.cambiar_nombre == 1);
-    }
-}
-
-TEST(SdtGeneration, ScramblingRules)
-{
-    struct Case {
+    const struct {
         const char* what;
         uint16_t modo;
-        uint16_t sid_entrada; // 0x0102 scrambled input, 0x0104 clear, 0x0999 none
-        uint16_t descifrar;
-        uint8_t cifrado;
-        const char* expected;
+        std::vector<datos_servicios> records;
+        std::string expected;
         uint8_t pattern_fca_after; // free_CA_mode of input 0x0102 afterwards
     } cases[] = {
-        {"mode forces scrambled", 1, 0x0104, 0, 0,
-         "42 F0 11 04 57 CF 00 00 22 D4 FF 05 01 FC 90 00 F9 73 E7 1D", 1},
-        {"scrambled input stays scrambled", 0, 0x0102, 0, 0,
-         "42 F0 11 04 57 CF 00 00 22 D4 FF 05 01 FC 50 00 3A B9 53 C9", 1},
-        {"descrambled input goes out clear and clears the pattern", 0, 0x0102, 1, 0,
-         "42 F0 11 04 57 CF 00 00 22 D4 FF 05 01 FC 40 00 2A E8 C8 DA", 0},
-        {"clear input stays clear", 0, 0x0104, 1, 0,
-         "42 F0 11 04 57 CF 00 00 22 D4 FF 05 01 FC 80 00 E9 22 7C 0E", 1},
-        {"mode wins over descrambling, pattern untouched", 1, 0x0102, 1, 0,
-         "42 F0 11 04 57 CF 00 00 22 D4 FF 05 01 FC 50 00 3A B9 53 C9", 1},
-        {"not found, mode set", 1, 0x0999, 1, 0,
-         "42 F0 1D 04 57 CF 00 00 22 D4 FF 05 01 FC 90 0C 48 0A 01 06 15 54 41 56 45 4C 01 15 E5 BA F1 5E", 1},
-        {"not found, descrambled wins over cifrado", 0, 0x0999, 1, 1,
-         "42 F0 1D 04 57 CF 00 00 22 D4 FF 05 01 FC 80 0C 48 0A 01 06 15 54 41 56 45 4C 01 15 89 C2 6B 92", 1},
-        {"not found, cifrado", 0, 0x0999, 0, 1,
-         "42 F0 1D 04 57 CF 00 00 22 D4 FF 05 01 FC 90 0C 48 0A 01 06 15 54 41 56 45 4C 01 15 E5 BA F1 5E", 1},
-        {"not found, clear", 0, 0x0999, 0, 0,
-         "42 F0 1D 04 57 CF 00 00 22 D4 FF 05 01 FC 80 0C 48 0A 01 06 15 54 41 56 45 4C 01 15 89 C2 6B 92", 1},
+        {"no services: one 15-byte section", 0, {}, "42 F0 0C 04 57 CF 00 00 22 D4 FF 44 4D E4 24", 1}, // header, CRC
+        {"mode forces scrambled", 1, {in(0x0104)}, found + "90 00 F9 73 E7 1D", 1},
+        {"scrambled input stays scrambled", 0, {in(0x0102)}, found + "50 00 3A B9 53 C9", 1},
+        {"descrambled input goes out clear and clears the pattern", 0, {in(0x0102, 1)}, found + "40 00 2A E8 C8 DA", 0},
+        {"clear input stays clear", 0, {in(0x0104, 1)}, found + "80 00 E9 22 7C 0E", 1},
+        {"mode wins over descrambling, pattern untouched", 1, {in(0x0102, 1)}, found + "50 00 3A B9 53 C9", 1},
+        {"not found, mode set", 1, {in(0x0999, 1)}, fresh + "90" + tavel + "E5 BA F1 5E", 1},
+        {"not found, descrambled wins over cifrado", 0, {in(0x0999, 1, 1)}, fresh + "80" + tavel + "89 C2 6B 92", 1},
+        {"not found, cifrado", 0, {in(0x0999, 0, 1)}, fresh + "90" + tavel + "E5 BA F1 5E", 1},
+        {"not found, clear", 0, {in(0x0999)}, fresh + "80" + tavel + "89 C2 6B 92", 1},
+        {"write-back seen by a second output service", 0,
+         {record(0x0601, 0x0102, 0x01, "", 1), record(0x0602, 0x0102, 0x01, "")}, // second not descrambled itself
+         "42 F0 16 04 57 CF 00 00 22 D4 FF"
+         " 06 01 FC 40 00"  // pausing, clear
+         " 06 02 FC 40 00"  // clear too: the pattern was cleared
+         " 90 3C EE 8B", 0},
+        // Input 0x0103 said type 0x19, provider AB, name CDE.
+        {"cambiar_nombre 1 renames", 0, {record(0x0301, 0x0103, 0x01, "XY", 0, 0, 1)},
+         "42 F0 1F 04 57 CF 00 00 22 D4 FF 03 01 FC 80 0E"
+         " 48 0C 01 06 15 54 41 56 45 4C 03 15 58 59 22 62 E9 7E", 1}, // type 1, TAVEL, XY; CRC
+        {"cambiar_nombre 2 keeps the name", 0, {record(0x0301, 0x0103, 0x01, "XY", 0, 0, 2)},
+         "42 F0 20 04 57 CF 00 00 22 D4 FF 03 01 FC 80 0F"
+         " 48 0D 01 06 15 54 41 56 45 4C 04 15 43 44 45 7D 04 41 C4", 1}, // type 1, TAVEL, CDE; CRC
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         Output o(c.modo);
-        datos_servicios r = record(0x0501, c.sid_entrada, 0x01, "");
-        r.Descifrar = c.descifrar;
-        r.cifrado = c.cifrado;
-        o.sdt->servicios[1] = r;
-        EXPECT_EQ(o.generate(), to_hex(hex(c.expected)));
-        EXPECT_EQ(o.pattern_service(1)->free_CA_mode, c.pattern_fca_after);
+        EXPECT_EQ(o.generate(c.records), to_hex(hex(c.expected)));
+        EXPECT_EQ(o.patterns.sdts[0]->secciones[0]->services.items[1]->free_CA_mode, c.pattern_fca_after);
     }
-}
-
-TEST(SdtGeneration, DescramblingWriteBackIsSeenBySecondOutputService)
-{
-    Output o;
-    datos_servicios first = record(0x0601, 0x0102, 0x01, "");
-    first.Descifrar = 1;
-    o.sdt->servicios[1] = first;
-    o.sdt->servicios[2] = record(0x0602, 0x0102, 0x01, ""); // not descrambled itself
-    tavel::LogCapture log;
-    EXPECT_EQ(o.generate(), to_hex(hex("42 F0 16 04 57 CF 00 00 22 D4 FF"
-                                       " 06 01 FC 40 00" // pausing, clear
-                                       " 06 02 FC 40 00" // clear too: the pattern was cleared
-                                       " 90 3C EE 8B")));
-    EXPECT_TRUE(log.has(LOG_DEBUG, "generar_service_loop modoScrambling 0 SDTServiceEntrada->free_CA_mode 1 "
-                                   "ervicioActual.second.Descifrar 1"));
-    EXPECT_TRUE(log.has(LOG_DEBUG, "generar_service_loop SDTServiceEntrada->free_CA_mode 0 ervicioActual.second.Descifrar 0"));
 }
 
 TEST(SdtGeneration, PlacementBoundaryAtFreeSpaceMinusFour)
@@ -273,79 +201,60 @@ TEST(SdtGeneration, PlacementBoundaryAtFreeSpaceMinusFour)
         auto e = not_found_entry(sid, std::string(200, 'A'));
         four.insert(four.end(), e.begin(), e.end());
     }
-    auto generate = [](size_t last_name) {
-        auto sdt = std::make_unique<tSDT>(0x42, 0x0457, 0x22D4, 7, 0);
-        SDTPatron none;
-        sdt->patrones = &none;
+    auto generate = [](size_t last_name, tSDT& sdt) {
         for (uint16_t sid = 1; sid <= 5; ++sid)
-            sdt->servicios[sid] = record(sid, 0x0999, 0x01, std::string(sid == 5 ? last_name : 200, sid == 5 ? 'B' : 'A'));
-        sdt->generarSDT();
+            sdt.servicios[sid] = record(sid, 0x0999, 0x01, sid == 5 ? std::string(last_name, 'B') : std::string(200, 'A'));
+        sdt.generarSDT();
         std::vector<char> out;
-        sdt->getSDT(out, false);
-        return std::make_pair(std::move(sdt), to_hex(out));
+        sdt.getSDT(out, false);
+        return to_hex(out);
     };
 
     // descriptors_loop_length 136 = free space - 5: fills the section to 1021.
-    auto fits = generate(124);
+    tSDT fits(0x42, 0x0457, 0x22D4, 7, 0);
     std::vector<char> loop = four;
     auto last = not_found_entry(5, std::string(124, 'B'));
     loop.insert(loop.end(), last.begin(), last.end());
-    EXPECT_EQ(fits.second, section(0, 0, loop, "44 15 CB 9F"));
-    EXPECT_EQ(fits.first->secciones[0]->section_length, 1021);
-    EXPECT_EQ(fits.first->secciones[0]->espacio_libre_seccion, 0);
+    EXPECT_EQ(generate(124, fits), section(0, 0, loop, "44 15 CB 9F"));
+    EXPECT_EQ(fits.secciones[0]->section_length, 1021);
 
     // descriptors_loop_length 137 = free space - 4: a new section first.
-    auto spills = generate(125);
-    EXPECT_EQ(spills.second, section(0, 1, four, "8B CD 7A F1") +
-                                 " " + section(1, 1, not_found_entry(5, std::string(125, 'B')), "2A 53 F6 62"));
-    EXPECT_EQ(spills.first->data_size, 883u + 157u);
-    EXPECT_EQ(spills.first->num_service, 5u);
+    tSDT spills(0x42, 0x0457, 0x22D4, 7, 0);
+    EXPECT_EQ(generate(125, spills), section(0, 1, four, "8B CD 7A F1") + " " +
+                                         section(1, 1, not_found_entry(5, std::string(125, 'B')), "2A 53 F6 62"));
+    EXPECT_EQ(spills.data_size, 883u + 157u);
 }
 
 TEST(SdtGeneration, TableSpillsIntoSeveralSections)
 {
     tSDT sdt(0x42, 0x0457, 0x22D4, 7, 0);
-    SDTPatron none;
-    sdt.patrones = &none;
-    std::vector<std::vector<char>> entries;
+    std::vector<char> loops[3];
     for (uint16_t i = 1; i <= 70; ++i) {
         char name[32];
         std::snprintf(name, sizeof name, "Servicio numero %04u", i);
         sdt.servicios[i] = record(static_cast<uint16_t>(0x1000 + i), 0x0999, 0x01, name);
-        entries.push_back(not_found_entry(static_cast<uint16_t>(0x1000 + i), name));
+        // 37-byte entries: 27 fit in 1009 bytes, leaving 10.
+        auto e = not_found_entry(static_cast<uint16_t>(0x1000 + i), name);
+        loops[(i - 1) / 27].insert(loops[(i - 1) / 27].end(), e.begin(), e.end());
     }
     sdt.generarSDT();
-    auto loop = [&](size_t from, size_t to) {
-        std::vector<char> l;
-        for (size_t i = from; i < to; ++i)
-            l.insert(l.end(), entries[i].begin(), entries[i].end());
-        return l;
-    };
-    // 37-byte entries: 27 fit in 1009 bytes, leaving 10.
     std::vector<char> out;
     sdt.getSDT(out, false);
-    EXPECT_EQ(to_hex(out), section(0, 2, loop(0, 27), "85 F7 01 E0") + " " + section(1, 2, loop(27, 54), "99 BE 14 1B") +
-                               " " + section(2, 2, loop(54, 70), "65 7C 0C D9"));
+    EXPECT_EQ(to_hex(out), section(0, 2, loops[0], "85 F7 01 E0") + " " + section(1, 2, loops[1], "99 BE 14 1B") + " " +
+                               section(2, 2, loops[2], "65 7C 0C D9"));
     EXPECT_EQ(sdt.data_size, 1014u + 1014u + 607u);
     EXPECT_EQ(sdt.getMaxSectionNumber(), 2);
 }
 
-TEST(SdtOutput, OtherTableStartsWith46AndCrcVerifies)
+TEST(SdtOutput, OtherTableStartsWith46CrcVerifiesAndAppends)
 {
-    tSDT sdt(0x42, 0x0457, 0x22D4, 7, 0);
-    SDTPatron none;
-    sdt.patrones = &none;
-    for (uint16_t i = 1; i <= 40; ++i)
-        sdt.servicios[i] = record(i, 0x0999, 0x01, "Servicio numero 0000");
-    sdt.generarSDT();
-    ASSERT_EQ(sdt.secciones.size(), 2u);
-
-    std::vector<char> out = hex("AB CD"); // getSDT appends
-    sdt.getSDT(out, true);
-    ASSERT_EQ(out.size(), 2 + sdt.data_size);
+    auto sdt = generated(7, 40);
+    ASSERT_EQ(sdt->secciones.size(), 2u);
+    std::vector<char> out = hex("AB CD");
+    sdt->getSDT(out, true);
+    ASSERT_EQ(out.size(), 2 + sdt->data_size);
     EXPECT_EQ(to_hex(std::vector<char>(out.begin(), out.begin() + 2)), "AB CD");
-    size_t offset = 2;
-    for (int n = 0; n < 2; ++n) {
+    for (size_t offset = 2, n = 0; n < 2; ++n) {
         const size_t length = ((static_cast<uint8_t>(out[offset + 1]) & 0x0F) << 8 | static_cast<uint8_t>(out[offset + 2])) + 3;
         std::vector<char> s(out.begin() + offset, out.begin() + offset + length);
         EXPECT_EQ(static_cast<uint8_t>(s[0]), 0x46);
@@ -354,51 +263,51 @@ TEST(SdtOutput, OtherTableStartsWith46AndCrcVerifies)
     }
     // The table itself is unchanged: the actual copy still says 0x42.
     std::vector<char> actual;
-    sdt.getSDT(actual, false);
+    sdt->getSDT(actual, false);
     EXPECT_EQ(static_cast<uint8_t>(actual[0]), 0x42);
-    EXPECT_EQ(actual.size(), sdt.data_size);
-}
 
-TEST(SdtOutput, EmptyTableAppendsNothing)
-{
-    tSDT sdt;
-    std::vector<char> out = hex("01");
-    tavel::LogCapture log;
-    sdt.getSDT(out, true);
-    EXPECT_EQ(to_hex(out), "01");
-    EXPECT_TRUE(log.has(LOG_DEBUG, "Bytes copiados a buffer 0 y size 1"));
-}
-
-std::unique_ptr<tSDT> generated(uint16_t version, size_t services, uint16_t tsid = 0x0457)
-{
-    auto sdt = std::make_unique<tSDT>(0x42, tsid, 0x22D4, version, 0);
-    for (uint16_t i = 1; i <= services; ++i)
-        sdt->servicios[i] = record(i, 0x0999, 0x01, "Servicio numero 0000");
-    sdt->generarSDT(); // no patterns held: every service is new
-    return sdt;
+    std::vector<char> untouched = hex("01");
+    tSDT().getSDT(untouched, true);
+    EXPECT_EQ(to_hex(untouched), "01");
 }
 
 TEST(SdtComparison, VersionsSizesAndLastSectionNumber)
 {
     auto base = generated(7, 3);
+    auto copy = generated(7, 3);
     auto new_version = generated(8, 3);
     auto other_tsid = generated(7, 3, 0x0458);
     auto more = generated(7, 4);
     auto two_sections = generated(7, 40);
     auto two_sections_v8 = generated(8, 40);
-
-    EXPECT_TRUE(base->isSameTable(new_version));
-    EXPECT_FALSE(base->compareSDT(new_version));
-    EXPECT_FALSE(base->isSameTable(other_tsid));
-    EXPECT_FALSE(base->compareSDT(other_tsid));
-    EXPECT_FALSE(base->isSameTable(more));
-    EXPECT_FALSE(base->compareSDT(more));
-    EXPECT_FALSE(base->isSameTable(two_sections));
-    EXPECT_TRUE(two_sections->isSameTable(two_sections_v8));
-
-    auto copy = generated(7, 3);
-    EXPECT_TRUE(base->compareSDT(copy));
-    EXPECT_TRUE(base->isSameTable(copy));
+    auto one = generated(7, 1);
+    auto one_of_two = generated(7, 1); // same loop, but says section 0 of 1
+    one_of_two->secciones[0]->last_section_number = 1;
+    auto parsed = std::make_unique<tSDT>();
+    {
+        std::vector<char> bytes;
+        two_sections->getSDT(bytes, false);
+        parsed->procesarSDT(bytes, true);
+    }
+    const struct {
+        const char* what;
+        std::unique_ptr<tSDT>&a, &b;
+        bool same_table, compare;
+    } cases[] = {
+        {"copy", base, copy, true, true},
+        {"version only differs", base, new_version, true, false},
+        {"other tsid", base, other_tsid, false, false},
+        {"one more service", base, more, false, false},
+        {"more sections", base, two_sections, false, false},
+        {"two sections, new version", two_sections, two_sections_v8, true, false},
+        {"last_section_number differs", one, one_of_two, false, false},
+        {"parsed back", two_sections, parsed, true, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(c.a->isSameTable(c.b), c.same_table);
+        EXPECT_EQ(c.a->compareSDT(c.b), c.compare);
+    }
 
     // Against a serialised table: tsid, onid, version and size.
     std::vector<char> bytes;
@@ -409,36 +318,12 @@ TEST(SdtComparison, VersionsSizesAndLastSectionNumber)
     EXPECT_FALSE(base->compareSDT(bytes));
 }
 
-TEST(SdtComparison, DifferentLastSectionNumberIsNeverTheSameTable)
-{
-    // Same bytes in the loop, but one says it is section 0 of 1.
-    auto a = generated(7, 1);
-    auto b = generated(7, 1);
-    b->secciones[0]->last_section_number = 1;
-    tavel::LogCapture log;
-    EXPECT_FALSE(a->isSameTable(b));
-    EXPECT_FALSE(log.contains(LOG_DEBUG, "copy_section_to_buffer")); // decided before serialising
-}
-
-TEST(SdtComparison, ParsedBackTableIsTheSameTable)
-{
-    auto sdt = generated(7, 40);
-    std::vector<char> bytes;
-    sdt->getSDT(bytes, false);
-    auto parsed = std::make_unique<tSDT>();
-    parsed->procesarSDT(bytes, true);
-    EXPECT_TRUE(sdt->isSameTable(parsed));
-    EXPECT_TRUE(sdt->compareSDT(parsed));
-}
-
 TEST(SdtPatterns, IdentityIsTsidOnidVersionAndSize)
 {
     SDTPatron patterns;
-    tavel::LogCapture log;
+    EXPECT_FALSE(patterns.SDT_patron_exist(hex(kPatternSdt)));
     patterns.addSDTPatron(hex(kPatternSdt));
-    EXPECT_TRUE(log.has(LOG_DEBUG, "numero de SDT patrones 1 . SDT añadida"));
     patterns.addSDTPatron(hex(kPatternSdt));
-    EXPECT_TRUE(log.has(LOG_DEBUG, "Existe SDT patron"));
     EXPECT_EQ(patterns.sdts.size(), 1u);
 
     // Same identity and size, other services: taken for the same pattern.
@@ -448,34 +333,20 @@ TEST(SdtPatterns, IdentityIsTsidOnidVersionAndSize)
     patterns.addSDTPatron(renamed);
     EXPECT_EQ(patterns.sdts.size(), 1u);
 
-    // A new version of the same input is kept beside the first one, and
-    // look-ups keep finding the first.
+    // A new version of the same input, sent as other, is kept beside the
+    // first one with its table_id; look-ups keep finding the first.
     auto v4 = hex(kPatternSdt);
+    v4[0] = 0x46;
     v4[5] = static_cast<char>(0xC9);
     v4[14] = static_cast<char>(0x20); // 0x0101 now "not yet running"
     patterns.addSDTPatron(v4);
-    EXPECT_TRUE(log.has(LOG_DEBUG, "numero de SDT patrones 2 . SDT añadida"));
     ASSERT_EQ(patterns.sdts.size(), 2u);
-    EXPECT_EQ(patterns.sdts[1]->table_id, 0x42);
-    EXPECT_EQ(patterns.sdts[1]->secciones[0]->table_id, 0x42);
+    EXPECT_EQ(patterns.sdts[1]->secciones[0]->table_id, 0x46);
 
     tSDT out;
     out.patrones = &patterns;
     auto found = out.existServiceSDTpatrones(record(1, 0x0101, 1, ""));
-    ASSERT_NE(found, nullptr);
     EXPECT_EQ(found, patterns.sdts[0]->secciones[0]->services.items[0]);
-    EXPECT_EQ(found->running_status, 4);
-
-    EXPECT_FALSE(SDTPatron().SDT_patron_exist(hex(kPatternSdt)));
-}
-
-TEST(SdtPatterns, OtherTableIdIsKeptInPatterns)
-{
-    auto other = hex(kPatternSdt);
-    other[0] = 0x46;
-    SDTPatron patterns;
-    patterns.addSDTPatron(other);
-    EXPECT_EQ(patterns.sdts.at(0)->secciones.at(0)->table_id, 0x46);
 }
 
 } // namespace
