@@ -4,6 +4,7 @@
 
 #include <syslog.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,32 +25,25 @@ using test::to_hex;
 const std::string kLastSent = std::string(constants::kSiTablesDir) + constants::kNitTableFile;
 const std::string kNew = std::string(constants::kSiTablesDir) + constants::kNitTableAuxFile;
 
-datos_salidas output(uint16_t tsid, uint16_t services)
-{
-    datos_salidas out;
-    out.tipo_salida = 1;
-    out.tsid = tsid;
-    out.onid = 0x22D4;
-    out.frecuencia = 474000;
-    out.symbol_rate = 6900;
-    out.modulacion = 4;
-    for (uint16_t s = 0; s < services; ++s) {
-        datos_servicios d;
-        d.sid = static_cast<uint16_t>(tsid * 100 + s);
-        d.tipo_servicio = 1;
-        d.lcn = static_cast<uint16_t>(tsid * 10 + s);
-        out.servicios[d.sid] = d;
-    }
-    return out;
-}
-
-// A network of n outputs of 10 services; 10 outputs fill about one section.
+// A network of cable outputs 1..n of 10 services each; 10 outputs fill about one section.
 std::unique_ptr<tNIT> network(unsigned outputs, unsigned version)
 {
     auto nit = std::make_unique<tNIT>("FRA", 0x3001, "TVNET", 1, 1, 0x40);
     nit->version = static_cast<uint8_t>(version);
-    for (uint16_t t = 1; t <= outputs; ++t)
-        nit->salidas[t] = output(t, 10);
+    for (uint16_t t = 1; t <= outputs; ++t) {
+        datos_salidas& out = nit->salidas[t];
+        out.tipo_salida = 1;
+        out.tsid = t;
+        out.onid = 0x22D4;
+        out.frecuencia = 474000;
+        out.symbol_rate = 6900;
+        out.modulacion = 4;
+        for (uint16_t sid = t * 100; sid < t * 100 + 10; ++sid) {
+            out.servicios[sid].sid = sid;
+            out.servicios[sid].tipo_servicio = 1;
+            out.servicios[sid].lcn = static_cast<uint16_t>(sid - t * 90);
+        }
+    }
     return nit;
 }
 
@@ -85,35 +79,44 @@ TEST(NitVersion, FollowsTheNitLastSent)
     }
 }
 
-TEST(NitSameTable, NoOrShortNitLastSentIsNeverTheSame)
+TEST(NitSameTable, NoShortOrBrokenNitLastSentIsNeverTheSame)
 {
     test::TempRoot root;
     auto nit = network(1, 0);
     nit->generarNIT();
-    EXPECT_FALSE(nit->isSameTable());
-    ASSERT_NE(write_char_vector_to_file(hex("40 F0 0D 30 01 CF 00 00 F0 00 F0 00 00 00 00"), root(kLastSent), false),
-              0);
-    EXPECT_FALSE(nit->isSameTable());
+    EXPECT_FALSE(nit->isSameTable()); // no file
+    // Same size and last section number, but a section_length far past the end:
+    // the blanking must not write outside the stored image.
+    std::vector<char> past_the_end(nit->data_size, 0);
+    past_the_end[1] = past_the_end[2] = static_cast<char>(0xFF);
+    for (const auto& stored : {hex("40 F0 0D 30 01 CF 00 00 F0 00 F0 00 00 00 00"), past_the_end}) {
+        ASSERT_NE(write_char_vector_to_file(stored, root(kLastSent), false), 0);
+        EXPECT_FALSE(nit->isSameTable());
+    }
 }
 
-TEST(NitSameTable, UnchangedOneAndTwoSectionTablesAreTheSameUnderANewVersion)
+TEST(NitSameTable, UnchangedTablesAreTheSameUnderANewVersionUpToTwoSections)
 {
-    for (unsigned outputs : {1u, 15u}) {
-        SCOPED_TRACE(outputs);
+    const struct {
+        unsigned outputs, sections, version;
+        bool same;
+    } cases[] = {
+        {1, 1, 5, true},
+        {15, 2, 5, true},
+        // From the third section on the blanking misses: even the very same table differs.
+        {25, 3, 5, false},
+        {25, 3, 4, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.outputs * 10 + c.version);
         test::TempRoot root;
-        auto sent = network(outputs, 4);
+        auto sent = network(c.outputs, 4);
         send(root, *sent);
-        ASSERT_EQ(sent->secciones.size(), outputs == 1 ? 1u : 2u);
-
-        auto again = network(outputs, sent->getNextNITVersion());
-        ASSERT_EQ(again->version, 5);
-        LogCapture log;
+        ASSERT_EQ(sent->secciones.size(), c.sections);
+        ASSERT_EQ(sent->getNextNITVersion(), 5u);
+        auto again = network(c.outputs, c.version);
         again->generarNIT();
-        EXPECT_TRUE(again->isSameTable());
-        const std::string last = std::to_string(outputs == 1 ? 0 : 1);
-        EXPECT_TRUE(log.has(LOG_DEBUG, "getMaxSectionNumber " + last + ", numSeccionMayorAnterior " + last));
-        const std::string size = std::to_string(sent->data_size);
-        EXPECT_TRUE(log.has(LOG_DEBUG, "NIT_actual.size() " + size + ", NIT_anterior.size() " + size));
+        EXPECT_EQ(again->isSameTable(), c.same);
     }
 }
 
@@ -126,8 +129,8 @@ TEST(NitSameTable, AnyContentChangeIsADifferentTable)
         {"one LCN", [](tNIT& n) { n.salidas[1].servicios[100].lcn = 999; }},
         {"frequency", [](tNIT& n) { n.salidas[15].frecuencia = 482000; }},
         {"network name, same length", [](tNIT& n) { n.network_name = "TVNEU"; }},
-        {"one service more", [](tNIT& n) { n.salidas[2] = output(2, 11); }},
-        {"one section less", [](tNIT& n) { n.salidas.erase(15); n.salidas.erase(14); n.salidas.erase(13); n.salidas.erase(12); n.salidas.erase(11); }},
+        {"one service more", [](tNIT& n) { n.salidas[2].servicios[299].sid = 299; }},
+        {"one section less", [](tNIT& n) { n.salidas.erase(n.salidas.find(11), n.salidas.end()); }},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -141,51 +144,37 @@ TEST(NitSameTable, AnyContentChangeIsADifferentTable)
     }
 }
 
-TEST(NitSameTable, FromTheThirdSectionOnTheBlankingMissesAndTheTableIsReversioned)
-{
-    for (unsigned version : {4u, 5u}) {
-        SCOPED_TRACE(version);
-        test::TempRoot root;
-        auto sent = network(25, 4);
-        send(root, *sent);
-        ASSERT_EQ(sent->secciones.size(), 3u);
-        auto again = network(25, version);
-        again->generarNIT();
-        // Even the very same table is judged different once it has three sections.
-        EXPECT_FALSE(again->isSameTable());
-    }
-}
-
-TEST(NitSameTable, BlankingNeverWritesOutsideTheStoredImage)
-{
-    test::TempRoot root;
-    auto nit = network(1, 0);
-    nit->generarNIT();
-    // Same size and last section number, but a section_length far past the end.
-    std::vector<char> stored(nit->data_size, 0);
-    stored[1] = static_cast<char>(0xFF);
-    stored[2] = static_cast<char>(0xFF);
-    ASSERT_NE(write_char_vector_to_file(stored, root(kLastSent), false), 0);
-    EXPECT_FALSE(nit->isSameTable());
-}
-
 TEST(NitOutput, ComparisonImageBlanksVersionAndCrc)
 {
     test::TempRoot root;
     auto nit = network(1, 5);
     nit->generarNIT();
     std::vector<char> sent, image;
-    LogCapture log;
     nit->generarNITBufferChar(sent, false);
     nit->generarNITBufferChar(image, true);
-    ASSERT_EQ(sent.size(), image.size());
-    EXPECT_EQ(static_cast<uint8_t>(sent[5]), 0xCB);
-    EXPECT_EQ(static_cast<uint8_t>(image[5]), 0xC1);
-    EXPECT_EQ(to_hex(std::vector<char>(image.end() - 4, image.end())), "00 00 00 00");
-    EXPECT_EQ(std::vector<char>(sent.begin() + 6, sent.end() - 4), std::vector<char>(image.begin() + 6, image.end() - 4));
-    const std::string size = std::to_string(nit->data_size);
-    EXPECT_TRUE(log.has(LOG_DEBUG, "data_size: " + size));
-    EXPECT_TRUE(log.has(LOG_DEBUG, "Bytes copiados a buffer ANTES: " + size));
+    ASSERT_EQ(static_cast<uint8_t>(sent.at(5)), 0xCB); // version 5, current
+    auto expected = sent;
+    expected[5] = static_cast<char>(0xC1);
+    std::fill(expected.end() - 4, expected.end(), 0);
+    EXPECT_EQ(to_hex(image), to_hex(expected));
+}
+
+// A section as its header fields, TS entries and descriptor payloads.
+std::string dump(const SISectionNIT& s)
+{
+    auto n = [](unsigned v) { return std::to_string(v) + " "; };
+    std::string out = n(s.section_length) + n(s.section_number) + n(s.last_section_number) + n(s.version_number) +
+                      n(s.network_descriptors_length) + n(s.transport_stream_loop_length);
+    auto loop = [&](const SIVectorDescriptores& list) {
+        for (const auto& d : list.items)
+            out += n(d->descriptor_tag) + n(d->descriptor_length) + to_hex(d->data) + " ";
+    };
+    loop(s.network_descriptors);
+    for (const auto& ts : s.transport_streams.items) {
+        out += "| " + n(ts->transport_stream_id) + n(ts->original_network_id) + n(ts->transport_descriptors_length);
+        loop(ts->descriptores);
+    }
+    return out;
 }
 
 TEST(NitOutput, GeneratedTableReadsBackSectionForSection)
@@ -195,35 +184,11 @@ TEST(NitOutput, GeneratedTableReadsBackSectionForSection)
     nit->generarNIT();
     std::vector<char> file;
     ASSERT_NE(read_char_vector_from_file(root(kNew), file), 0);
-    EXPECT_EQ(file.size(), nit->data_size);
-
     tNIT back;
     back.procesarNIT(file);
-    ASSERT_EQ(back.secciones.size(), nit->secciones.size());
-    for (size_t n = 0; n < back.secciones.size(); ++n) {
-        SCOPED_TRACE(n);
-        const SISectionNIT& a = *nit->secciones[n];
-        const SISectionNIT& b = *back.secciones[n];
-        EXPECT_EQ(b.section_length, a.section_length);
-        EXPECT_EQ(b.section_number, a.section_number);
-        EXPECT_EQ(b.last_section_number, 2);
-        EXPECT_EQ(b.version_number, 7);
-        EXPECT_EQ(b.network_descriptors_length, a.network_descriptors_length);
-        EXPECT_EQ(b.transport_stream_loop_length, a.transport_stream_loop_length);
-        ASSERT_EQ(b.network_descriptors.items.size(), a.network_descriptors.items.size());
-        ASSERT_EQ(b.transport_streams.items.size(), a.transport_streams.items.size());
-        for (size_t t = 0; t < a.transport_streams.items.size(); ++t) {
-            const NITTS& x = *a.transport_streams.items[t];
-            const NITTS& y = *b.transport_streams.items[t];
-            EXPECT_EQ(y.transport_stream_id, x.transport_stream_id);
-            EXPECT_EQ(y.transport_descriptors_length, x.transport_descriptors_length);
-            ASSERT_EQ(y.descriptores.items.size(), x.descriptores.items.size());
-            for (size_t d = 0; d < x.descriptores.items.size(); ++d) {
-                EXPECT_EQ(y.descriptores.items[d]->descriptor_tag, x.descriptores.items[d]->descriptor_tag);
-                EXPECT_EQ(y.descriptores.items[d]->data, x.descriptores.items[d]->data);
-            }
-        }
-    }
+    ASSERT_EQ(back.secciones.size(), 3u);
+    for (size_t n = 0; n < 3; ++n)
+        EXPECT_EQ(dump(*back.secciones[n]), dump(*nit->secciones[n])) << n;
     auto copy = std::make_unique<tNIT>();
     copy->procesarNIT(file);
     EXPECT_TRUE(back.compareNIT(copy));
@@ -240,21 +205,16 @@ TEST(NitOutput, FilesAreReadFromTheirPlaces)
               0);
     tNIT nit;
     std::vector<char> buffer;
-    LogCapture log;
     EXPECT_NE(nit.leer_archivo_NIT_a_buffer(1234, buffer, 1), 0);
     EXPECT_EQ(buffer, network_copy);
-    EXPECT_TRUE(log.has(LOG_DEBUG, "leer_archivo_NIT_a_buffer: NID 1234"));
-    EXPECT_TRUE(log.has(LOG_DEBUG, "leer_archivo_NIT_a_buffer: tamano_archivo 16"));
     EXPECT_NE(nit.leer_archivo_NIT_a_buffer(1234, buffer, 0), 0);
     EXPECT_EQ(buffer, last_sent);
 
-    log.clear();
+    LogCapture log;
     std::vector<char> missing;
     EXPECT_EQ(nit.leer_archivo_NIT_a_buffer(99, missing, 1), 0);
     // NID, then the size read (none), then the warning with the unmapped path.
     ASSERT_EQ(log.lines().size(), 3u);
-    EXPECT_EQ(log.lines()[0].text, "leer_archivo_NIT_a_buffer: NID 99");
-    EXPECT_EQ(log.lines()[1].priority, LOG_DEBUG);
     EXPECT_EQ(log.lines()[1].text, "leer_archivo_NIT_a_buffer: tamano_archivo 0");
     EXPECT_EQ(log.lines()[2].priority, LOG_WARNING);
     EXPECT_EQ(log.lines()[2].text,
