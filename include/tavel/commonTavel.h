@@ -12,5 +12,7 @@
 #include <tavel/network_descriptors.h>
 #include <tavel/sections.h>
 #include <tavel/service_records.h>
+#include <tavel/code_conversions.h>
+#include <tavel/rf_plans.h>
 
 #endif
