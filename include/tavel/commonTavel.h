@@ -6,6 +6,7 @@
 #include <tavel/constants.h>
 #include <tavel/file_io.h>
 #include <tavel/coding.h>
+#include <tavel/dvb_text.h>
 #include <tavel/descriptor.h>
 #include <tavel/delivery_descriptors.h>
 #include <tavel/service_descriptors.h>
@@ -14,5 +15,10 @@
 #include <tavel/service_records.h>
 #include <tavel/code_conversions.h>
 #include <tavel/rf_plans.h>
+#include <tavel/sdt.h>
+#include <tavel/tot.h>
+#include <tavel/eit.h>
+#include <tavel/lcn_memory.h>
+#include <tavel/nit.h>
 
 #endif

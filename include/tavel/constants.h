@@ -188,6 +188,8 @@ inline constexpr char kMacRegex[] = "^([0-9a-fA-F][0-9a-fA-F]:){5}([0-9a-fA-F][0
 
 // --- Text ---
 inline constexpr char kTargetCharset[] = "UTF-8//TRANSLIT";
+// Character table of a DVB text that starts with a printable byte.
+inline constexpr char kDefaultCharset[] = "ISO-8859-1";
 
 // Character tables selected by the first byte of a DVB text (0x00..0x1F),
 // plus one closing entry that is never selected.

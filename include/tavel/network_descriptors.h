@@ -1,5 +1,7 @@
 // Network-level descriptors of the NIT and the local time offset
 // descriptor of the TOT.
+// Short payloads: missing bytes read as 0; entry loops read whole entries
+// within both descriptor_length and data. Nothing is read outside data.
 #ifndef TAVEL_NETWORK_DESCRIPTORS_H
 #define TAVEL_NETWORK_DESCRIPTORS_H
 

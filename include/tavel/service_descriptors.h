@@ -1,5 +1,7 @@
 // Service descriptors: service (0x48), service list (0x41) and logical
 // channel numbers (private tags 0x83 and 0x87).
+// Parsers read whole entries within both descriptor_length and data; fields
+// past the end of a short payload read as empty or 0.
 #ifndef TAVEL_SERVICE_DESCRIPTORS_H
 #define TAVEL_SERVICE_DESCRIPTORS_H
 

@@ -1,0 +1,24 @@
+// Values shared by the NIT generation steps.
+#ifndef TAVEL_SI_TABLES_NIT_GENERATION_H
+#define TAVEL_SI_TABLES_NIT_GENERATION_H
+
+#include <memory>
+
+#include <tavel/descriptor.h>
+
+namespace tavel {
+namespace nit {
+
+// Loop bytes one NIT section can hold (1021 - 13 fixed bytes).
+constexpr int kSectionCapacity = 1008;
+// section_length before any loop byte: header after the length field, both
+// loop lengths and the CRC.
+constexpr unsigned short kFixedSectionLength = 13;
+
+// Bytes a descriptor takes in its loop: tag, length byte and payload.
+inline unsigned loop_bytes(const Descriptor& d) { return d.descriptor_length + 2u; }
+
+} // namespace nit
+} // namespace tavel
+
+#endif

@@ -1,0 +1,115 @@
+// Reads stored and pattern NITs back into sections. Pattern NITs come from
+// input streams, so every read is bounded: the parse stops at the first
+// section, descriptor or loop that would run past the end of the buffer and
+// keeps what was complete before it.
+#include <tavel/nit.h>
+
+#include "dvb/byte_io.h"
+
+namespace tavel {
+
+namespace {
+
+// Reads one descriptor loop of the given length starting at pos. False when
+// a descriptor would run past the end of the buffer; pos is then left at it.
+bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_length,
+                          SIVectorDescriptores& into)
+{
+    unsigned consumed = 0;
+    while (consumed < loop_length) {
+        if (!in.has(pos, 2))
+            return false;
+        const uint8_t tag = in.u8(pos);
+        const uint8_t length = in.u8(pos + 1);
+        if (!in.has(pos + 2, length))
+            return false;
+        auto descriptor = Descriptor::getPtrDescriptorType(tag);
+        descriptor->descriptor_tag = tag;
+        descriptor->descriptor_length = length;
+        descriptor->data = in.slice(pos + 2, length);
+        descriptor->procesarDatos();
+        into.items.push_back(std::move(descriptor));
+        pos += 2u + length;
+        consumed += 2u + length;
+    }
+    return true;
+}
+
+// Parses the section at o. Returns false when the section was cut short;
+// whatever was complete is still in it. next is where the following section
+// starts (after the CRC, which is skipped, not checked).
+bool read_section(const bytes::Reader& in, size_t o, SISectionNIT& s, size_t& next)
+{
+    s.table_id = in.u8(o);
+    s.section_syntax_indicator = in.u8(o + 1) >> 7;
+    s.section_length = in.u12(o + 1);
+    s.network_id = in.u16(o + 3);
+    s.version_number = (in.u8(o + 5) >> 1) & 0x1F;
+    s.current_next_indicator = in.u8(o + 5) & 1;
+    s.section_number = in.u8(o + 6);
+    s.last_section_number = in.u8(o + 7);
+    s.network_descriptors_length = in.u12(o + 8);
+
+    size_t pos = o + 10;
+    if (!read_descriptor_loop(in, pos, s.network_descriptors_length, s.network_descriptors))
+        return false;
+
+    if (!in.has(pos, 2))
+        return false;
+    s.transport_stream_loop_length = in.u12(pos);
+    pos += 2;
+    unsigned consumed = 0;
+    while (consumed < s.transport_stream_loop_length) {
+        if (!in.has(pos, 6))
+            return false;
+        auto ts = std::make_unique<NITTS>(in.u16(pos), in.u16(pos + 2));
+        ts->transport_descriptors_length = in.u12(pos + 4);
+        pos += 6;
+        const size_t loop_start = pos;
+        const bool complete = read_descriptor_loop(in, pos, ts->transport_descriptors_length, ts->descriptores);
+        if (complete)
+            s.transport_streams.items.push_back(std::move(ts));
+        if (!complete)
+            return false;
+        consumed += 6u + static_cast<unsigned>(pos - loop_start);
+    }
+    next = pos + 4;
+    return true;
+}
+
+} // namespace
+
+void tNIT::procesarNIT(const std::vector<char>& buffer)
+{
+    const bytes::Reader in(buffer);
+    data_size = static_cast<uint32_t>(buffer.size());
+    if (!in.has(0, 10))
+        return;
+    const unsigned first = in.u8(6);
+    const unsigned last = in.u8(7);
+    if (first > last)
+        return;
+
+    size_t o = 0;
+    for (unsigned n = first; n <= last; ++n) {
+        if (!in.has(o, 10))
+            return;
+        auto seccion = std::make_unique<SISectionNIT>();
+        size_t next = 0;
+        const bool complete = read_section(in, o, *seccion, next);
+        secciones.push_back(std::move(seccion));
+        if (!complete)
+            return;
+        o = next;
+    }
+}
+
+void tNIT::procesarNIT(const char* data, unsigned short length)
+{
+    std::vector<char> buffer;
+    if (data != nullptr && length > 0)
+        buffer.assign(data, data + length);
+    procesarNIT(buffer);
+}
+
+} // namespace tavel
