@@ -39,7 +39,7 @@ TEST(LcnMemory, SharedNumberReturnsTheLastHolderAndCountsThemAll)
     auto first = std::make_shared<LCNMem>(1, 1, 10, 5);
     auto other = std::make_shared<LCNMem>(1, 1, 15, 6);
     auto second = std::make_shared<LCNMem>(2, 1, 20, 5);
-    mem.items = {first, other, second};
+    mem.assign({first, other, second});
 
     unsigned short n = 0;
     EXPECT_EQ(mem.buscaPorLCN(5, n), second);
@@ -57,8 +57,8 @@ TEST(LcnMemory, SharedNumberReturnsTheLastHolderAndCountsThemAll)
 TEST(LcnMemory, TsidOnidSidLookupLogsEachEntryUpToTheMatch)
 {
     LCNMemVector mem;
-    mem.items = {std::make_shared<LCNMem>(1, 9, 10, 5), std::make_shared<LCNMem>(2, 9, 20, 6),
-                 std::make_shared<LCNMem>(2, 9, 20, 7), std::make_shared<LCNMem>(3, 9, 30, 8)};
+    mem.assign({std::make_shared<LCNMem>(1, 9, 10, 5), std::make_shared<LCNMem>(2, 9, 20, 6),
+                 std::make_shared<LCNMem>(2, 9, 20, 7), std::make_shared<LCNMem>(3, 9, 30, 8)});
     LogCapture log;
     auto found = mem.buscaPorTSIDONIDSID(2, 9, 20);
     ASSERT_TRUE(found);

@@ -248,9 +248,17 @@ TEST(NitOutput, FilesAreReadFromTheirPlaces)
     EXPECT_NE(nit.leer_archivo_NIT_a_buffer(1234, buffer, 0), 0);
     EXPECT_EQ(buffer, last_sent);
 
-    EXPECT_EQ(nit.leer_archivo_NIT_a_buffer(99, buffer, 1), 0);
-    EXPECT_TRUE(log.has(LOG_WARNING,
-                        "Imposible leer el archivo NIT o archivo NIT no existente. /tavel/datosWeb/NIT_files/NIT_table99"));
+    log.clear();
+    std::vector<char> missing;
+    EXPECT_EQ(nit.leer_archivo_NIT_a_buffer(99, missing, 1), 0);
+    // NID, then the size read (none), then the warning with the unmapped path.
+    ASSERT_EQ(log.lines().size(), 3u);
+    EXPECT_EQ(log.lines()[0].text, "leer_archivo_NIT_a_buffer: NID 99");
+    EXPECT_EQ(log.lines()[1].priority, LOG_DEBUG);
+    EXPECT_EQ(log.lines()[1].text, "leer_archivo_NIT_a_buffer: tamano_archivo 0");
+    EXPECT_EQ(log.lines()[2].priority, LOG_WARNING);
+    EXPECT_EQ(log.lines()[2].text,
+              "Imposible leer el archivo NIT o archivo NIT no existente. /tavel/datosWeb/NIT_files/NIT_table99");
 }
 
 // One-section pattern NIT: network id, version byte, and n bytes of an unknown descriptor.

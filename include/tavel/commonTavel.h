@@ -20,5 +20,10 @@
 #include <tavel/eit.h>
 #include <tavel/lcn_memory.h>
 #include <tavel/nit.h>
+#include <tavel/module.h>
+#include <tavel/load.h>
+#include <tavel/network.h>
+#include <tavel/host_identity.h>
+#include <tavel/user_log.h>
 
 #endif

@@ -29,6 +29,7 @@ inline constexpr char kStorageMountPoint[] = "/mnt/storage";
 inline constexpr char kRootMountPoint[] = "/";
 inline constexpr char kSerialNumberPath[] = "/tavel/conf/tavel_numserie";
 inline constexpr char kUpdaterBaseInfoPath[] = "/tmp/tavel/UpdaterTask/base.info";
+inline constexpr char kProcStatPath[] = "/proc/stat";
 
 // --- Network interfaces and addresses ---
 inline constexpr char kCpuInterface[] = "eth0_cpu";
@@ -43,6 +44,14 @@ inline constexpr char kNetworkConfigTool[] = "/usr/bin/tavnet-external-net-confi
 // and the port of its user-log service.
 inline constexpr char kUserLogMasterHost[] = "tavel-master";
 inline constexpr int kUserLogMasterPort = 11000;
+// The fixed multicast group of the PSI/SI tables.
+inline constexpr char kPsisiMulticastAddress[] = "232.0.1.1";
+// Backplane addresses of the processor and the FPGA: the query (found on the
+// search path) and the addresses used when it gives nothing usable.
+inline constexpr char kBackplaneSubnetTool[] = "tavnet-backplane-subnet";
+inline constexpr char kBackplaneSubnetQuery[] = "vlan500_ips";
+inline constexpr char kDefaultCpuBackplaneAddress[] = "192.168.184.201";
+inline constexpr char kDefaultFpgaBackplaneAddress[] = "192.168.184.200";
 
 // --- Model names and labels ---
 inline constexpr char kModelKmx410[] = "KMX-410";

@@ -22,9 +22,9 @@ struct TAVEL_API LCNMem {
     uint16_t lcn;
 };
 
-// Remembered assignments in insertion order; entries are shared with the
-// callers that receive them from a look-up.
-class TAVEL_API LCNMemVector {
+// Remembered assignments in insertion order: a plain vector that callers
+// fill; entries are shared with the callers that receive them from a look-up.
+class TAVEL_API LCNMemVector : public std::vector<std::shared_ptr<LCNMem>> {
 public:
     LCNMemVector();
     virtual ~LCNMemVector();
@@ -35,8 +35,6 @@ public:
     std::shared_ptr<LCNMem> buscaPorLCNySID(unsigned short lcn, unsigned short sid);
     // The first entry with tsid, onid and sid, or empty.
     std::shared_ptr<LCNMem> buscaPorTSIDONIDSID(unsigned short tsid, unsigned short onid, unsigned short sid);
-
-    std::vector<std::shared_ptr<LCNMem>> items;
 };
 
 } // namespace tavel

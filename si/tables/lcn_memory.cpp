@@ -21,7 +21,7 @@ std::shared_ptr<LCNMem> LCNMemVector::buscaPorLCN(unsigned short lcn, unsigned s
     cuantos = 0;
     std::shared_ptr<LCNMem> found;
     // Walk them all: the count tells the caller whether the number is shared.
-    for (const auto& entry : items) {
+    for (const auto& entry : *this) {
         if (entry && entry->lcn == lcn) {
             found = entry;
             ++cuantos;
@@ -32,7 +32,7 @@ std::shared_ptr<LCNMem> LCNMemVector::buscaPorLCN(unsigned short lcn, unsigned s
 
 std::shared_ptr<LCNMem> LCNMemVector::buscaPorLCNySID(unsigned short lcn, unsigned short sid)
 {
-    for (const auto& entry : items) {
+    for (const auto& entry : *this) {
         if (entry && entry->lcn == lcn && entry->sid == sid)
             return entry;
     }
@@ -42,7 +42,7 @@ std::shared_ptr<LCNMem> LCNMemVector::buscaPorLCNySID(unsigned short lcn, unsign
 std::shared_ptr<LCNMem> LCNMemVector::buscaPorTSIDONIDSID(unsigned short tsid, unsigned short onid,
                                                           unsigned short sid)
 {
-    for (const auto& entry : items) {
+    for (const auto& entry : *this) {
         if (!entry)
             continue;
         // The entry's LCN sits in the SID slot of this trace; field tools grep for it as is.

@@ -70,11 +70,12 @@ int tNIT::leer_archivo_NIT_a_buffer(unsigned short nid, std::vector<char>& buffe
     tavel::log(LOG_DEBUG, "leer_archivo_NIT_a_buffer: NID %i", nid);
     const std::string path = origen == 1 ? nit_network_file_path(nid) : nit_last_sent_file_path();
     const int result = read_char_vector_from_file(platform_path(path), buffer);
+    // The size is traced before the result is judged, a failed read included.
+    tavel::log(LOG_DEBUG, "leer_archivo_NIT_a_buffer: tamano_archivo %i", static_cast<int>(buffer.size()));
     if (result == 0) {
         tavel::log(LOG_WARNING, "Imposible leer el archivo NIT o archivo NIT no existente. %s", path.c_str());
         return 0;
     }
-    tavel::log(LOG_DEBUG, "leer_archivo_NIT_a_buffer: tamano_archivo %i", static_cast<int>(buffer.size()));
     return result;
 }
 

@@ -13,6 +13,14 @@ int main()
         std::printf("unexpected CRC %08lx\n", crc);
         return 1;
     }
+    // The generated user-log types are usable from the installed headers.
+    tavel::thrift::userlogs::UserLogEvent event;
+    event.id = tavel::thrift::userlogs::UserLogID::MODULE_STARTED;
+    event.parameters["slot"] = "3";
+    if (event.parameters.size() != 1 || event == tavel::thrift::userlogs::UserLogEvent()) {
+        std::printf("user-log event broken\n");
+        return 1;
+    }
     std::printf("consumer ok\n");
     return 0;
 }

@@ -1,0 +1,27 @@
+// The tool's commands other than generate's pieces; each returns the exit
+// status (0 done, 1 could not write or generate, 2 bad input).
+#ifndef TAVEL_SI_COMMANDS_H
+#define TAVEL_SI_COMMANDS_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace tavel_si {
+
+enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitBadInput = 2 };
+
+// The RF plan of a country (alpha-2 or alpha-3 code).
+int run_channels(const std::string& country, std::ostream& out, std::ostream& err);
+
+// The built-in sample headend published under root, then dumped.
+int run_demo(const std::string& root, std::ostream& out, std::ostream& err);
+
+// Exposed for the tests' benefit: the demo's description and its pattern tables.
+std::string demo_config_json();
+std::vector<char> demo_pattern_nit();
+std::vector<char> demo_pattern_sdt();
+
+} // namespace tavel_si
+
+#endif

@@ -1,0 +1,23 @@
+// Decoding table files section by section: header fields, CRC check, every
+// descriptor through the library's own classes (unknown ones in hex).
+#ifndef TAVEL_SI_DUMP_H
+#define TAVEL_SI_DUMP_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace tavel_si {
+
+// One file's bytes as {"file", "size", "sections": [...]}; a bad CRC or a
+// truncated section is reported in the document, never fatal.
+nlohmann::ordered_json decode_table_file(const std::string& name, const std::vector<char>& bytes);
+
+// The readable form of decode_table_file's document.
+void print_table_file(const nlohmann::ordered_json& file, std::ostream& out);
+
+} // namespace tavel_si
+
+#endif

@@ -1,0 +1,116 @@
+// tavel-si: generate, publish and inspect the headend's DVB SI tables.
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include <tavel/file_io.h>
+
+#include "commands.h"
+#include "config.h"
+#include "dump.h"
+#include "publish.h"
+
+namespace {
+
+using namespace tavel_si;
+
+// The library maps its fixed paths under TAVEL_ROOT: set it before any call.
+void set_root(const std::string& root)
+{
+    if (!root.empty())
+        setenv("TAVEL_ROOT", std::filesystem::absolute(root).lexically_normal().c_str(), 1);
+}
+
+int run_generate(const std::string& config_path, const std::string& root)
+{
+    HeadendConfig cfg;
+    try {
+        cfg = load_config(config_path);
+    } catch (const ConfigError& e) {
+        std::cerr << "tavel-si: error: " << config_path << ": " << e.what() << "\n";
+        return kExitBadInput;
+    }
+    set_root(root);
+    const PublishResult result = publish(cfg, static_cast<long long>(std::time(nullptr)), std::cout, std::cerr);
+    return result.ok ? kExitOk : kExitFailed;
+}
+
+int run_dump(const std::vector<std::string>& files, bool as_json)
+{
+    // Every file must be readable before anything is printed.
+    std::vector<std::vector<char>> contents(files.size());
+    for (size_t i = 0; i < files.size(); ++i) {
+        if (!tavel::read_char_vector_from_file(files[i], contents[i])) {
+            std::cerr << "tavel-si: error: FILE: cannot read " << files[i] << "\n";
+            return kExitBadInput;
+        }
+    }
+    nlohmann::ordered_json doc;
+    doc["files"] = nlohmann::ordered_json::array();
+    for (size_t i = 0; i < files.size(); ++i) {
+        nlohmann::ordered_json file = decode_table_file(files[i], contents[i]);
+        if (as_json) {
+            doc["files"].push_back(file);
+        } else {
+            if (i)
+                std::cout << "\n";
+            print_table_file(file, std::cout);
+        }
+    }
+    if (as_json)
+        std::cout << doc.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+    return kExitOk;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app{"tavel-si: generate, publish and inspect the DVB SI tables (NIT, SDT, TOT) of the headend."};
+    app.set_version_flag("--version", "tavel-si " TAVEL_SI_VERSION);
+    app.require_subcommand(1);
+    app.footer("Exit status: 0 done; 1 a table could not be generated or written; 2 bad input or usage.\n"
+               "Tables live under TAVEL_ROOT (or --root) in /tavel/datosWeb/tablasSI/.");
+
+    std::string config_path, root, demo_root = "tavel-root", country;
+    std::vector<std::string> files;
+    bool as_json = false;
+
+    CLI::App* generate = app.add_subcommand(
+        "generate", "Publish the NIT, one SDT per output and the TOT of the headend described in CONFIG.json.");
+    generate->add_option("CONFIG", config_path, "JSON description of the headend (see README-tavel-si.md)")
+        ->required();
+    generate->add_option("--root", root, "File-system root for the table files (sets TAVEL_ROOT)");
+
+    CLI::App* demo = app.add_subcommand("demo", "Publish a built-in sample headend, then dump what it wrote.");
+    demo->add_option("--root", demo_root, "File-system root for the table files (sets TAVEL_ROOT)")
+        ->capture_default_str();
+
+    CLI::App* dump = app.add_subcommand("dump", "Decode table files (NIT, SDT, TOT, EIT) section by section.");
+    dump->add_option("FILE", files, "Table files: sections back to back")->required();
+    dump->add_flag("--json", as_json, "One JSON document instead of text");
+
+    CLI::App* channels = app.add_subcommand("channels", "List the RF channel plan of a country.");
+    channels->add_option("COUNTRY", country, "ISO 3166 alpha-2 or alpha-3 code (ES, ESP, ...)")->required();
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        const int status = app.exit(e);
+        return status == 0 ? kExitOk : kExitBadInput;
+    }
+
+    if (*generate)
+        return run_generate(config_path, root);
+    if (*demo) {
+        return run_demo(demo_root, std::cout, std::cerr);
+    }
+    if (*dump)
+        return run_dump(files, as_json);
+    return run_channels(country, std::cout, std::cerr);
+}
