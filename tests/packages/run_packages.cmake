@@ -48,7 +48,7 @@ run(dpkg-deb -c ${runtime_deb})
 set(files "${last_output}")
 expect("${files}" "/libcommonTavel\\.so\\.${VERSION}\n" "runtime contents")
 expect("${files}" "/libcommonTavel\\.so\\.1 -> libcommonTavel\\.so\\.${VERSION}" "runtime contents")
-expect_not("${files}" "/libcommonTavel\\.so -> |\\.h\n|\\.pc\n|\\.cmake\n" "runtime contents")
+expect_not("${files}" "/libcommonTavel\\.so -> |\\.h\n|\\.pc\n|\\.cmake\n|/bin/" "runtime contents")
 run(dpkg-deb -I ${runtime_deb} shlibs)
 expect("${last_output}" "libcommonTavel 1 libcommontavel1" "runtime shlibs")
 
@@ -71,6 +71,18 @@ foreach(path
   expect("${files}" "${path}" "dev contents")
 endforeach()
 expect_not("${files}" "libcommonTavel\\.so\\.${VERSION}\n" "dev contents")
+
+# The tool, when built, comes in a package of its own.
+file(GLOB tool_deb ${WORK_DIR}/out/tavel-si_${VERSION}_*.deb)
+if(tool_deb)
+  run(dpkg-deb -f ${tool_deb} Depends)
+  message(STATUS "tavel-si depends: ${last_output}")
+  expect("${last_output}" "libcommontavel1 \\(= ${VERSION}\\)" "tool depends")
+  expect("${last_output}" "libc6 \\(>= " "tool shlibdeps")
+  run(dpkg-deb -c ${tool_deb})
+  expect("${last_output}" "/usr/bin/tavel-si\n" "tool contents")
+  expect_not("${last_output}" "libcommonTavel" "tool contents")
+endif()
 
 run(dpkg -x ${runtime_deb} ${root})
 run(dpkg -x ${dev_deb} ${root})
