@@ -11,7 +11,7 @@
 #include <tavel/rf_plans.h>
 
 #include "platform/rf_channels_constants.h"
-#include "rf/spectrum_builder.h"
+#include "rf/plan_builder.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "rf/spectrum_builder.h"
+#include "rf/plan_builder.h"
 
 namespace tavel {
 

@@ -1,6 +1,6 @@
 // Builds a country's spectrum from a plan of the generated interface's shape.
-#ifndef TAVEL_RF_SPECTRUM_BUILDER_H
-#define TAVEL_RF_SPECTRUM_BUILDER_H
+#ifndef TAVEL_RF_PLAN_BUILDER_H
+#define TAVEL_RF_PLAN_BUILDER_H
 
 #include <memory>
 
