@@ -34,7 +34,7 @@ TEST(ModuleModel, NumbersKindAndRfPorts)
 TEST(Slot, NumbersFromNames)
 {
     const std::pair<const char*, int> names[] = {
-        {"tvl7", 7}, {"tvl0", 0}, {"tvl9", 9}, {"tvl10", -1}, {"tvl", 0}, {"tvlslot3", 0},  // no leading digits
+        {"tvl7", 7}, {"tvl0", 0}, {"tvl9", 9}, {"tvl10", -1}, {"tvl12", -1}, {"tvl", 0}, {"tvlslot3", 0},  // no leading digits
         {"tvl3x", 3}, {"lo", 1}, {"lo0", -1}, {"eth0", -1}, {"TVL7", -1}, {"", -1},
     };
     for (const auto& [name, slot] : names)
