@@ -39,8 +39,11 @@ std::vector<dvbpsi_sdt_t*> decode(const std::vector<char>& sections)
     std::vector<dvbpsi_sdt_t*> tables;
     dvbpsi_t* handle = dvbpsi_new(&quiet, DVBPSI_MSG_NONE);
     EXPECT_TRUE(dvbpsi_AttachDemux(handle, on_new_subtable, &tables));
-    std::vector<uint8_t> payload(1, 0); // pointer_field
-    payload.insert(payload.end(), sections.begin(), sections.end());
+    std::vector<uint8_t> payload;
+    payload.reserve(sections.size() + 1);
+    payload.push_back(0); // pointer_field
+    for (char c : sections)
+        payload.push_back(static_cast<uint8_t>(c));
     for (size_t offset = 0, cc = 0; offset < payload.size(); offset += 184, ++cc) {
         uint8_t packet[188];
         std::memset(packet, 0xFF, sizeof packet);
