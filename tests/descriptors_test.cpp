@@ -65,7 +65,7 @@ offset_info offset(const char* country, unsigned char region, unsigned char pola
 Ptr time_offsets(std::vector<offset_info> list)
 {
     auto d = std::make_shared<DescriptorLocalTimeOffset>();
-    for (auto& o : list)
+    for (const auto& o : list)
         d->addNewTimeOffset(o);
     return d;
 }

@@ -67,7 +67,7 @@ public:
     DescriptorLocalTimeOffset();
     void procesarDatos() override;
     void generateDataVector() override;
-    void addNewTimeOffset(offset_info& entry);
+    void addNewTimeOffset(const offset_info& entry);
 
     std::vector<offset_info> offsets;
 };

@@ -13,7 +13,7 @@ constexpr uint8_t kReservedBit = 0x02;
 
 DescriptorLocalTimeOffset::DescriptorLocalTimeOffset() : Descriptor(kLocalTimeOffsetTag, 0) {}
 
-void DescriptorLocalTimeOffset::addNewTimeOffset(offset_info& entry)
+void DescriptorLocalTimeOffset::addNewTimeOffset(const offset_info& entry)
 {
     offsets.push_back(entry);
     descriptor_length = static_cast<unsigned char>(descriptor_length + kOffsetEntrySize);
