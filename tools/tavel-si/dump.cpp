@@ -306,7 +306,32 @@ void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s)
     }
 }
 
+void decode_section_into(const std::vector<char>& section, json& s)
+{
+    const Bytes b(section);
+    const unsigned table_id = b.u8(0);
+    const bool has_crc = table_id != 0x70 && section.size() >= 7;
+    const size_t body_end = has_crc ? section.size() - 4 : section.size();
+    decode_body(b, table_id, body_end, s);
+    if (has_crc) {
+        const uint32_t stored = b.u32(section.size() - 4);
+        s["crc32"] = hex_value(stored, 8);
+        s["crc_ok"] = tavel::mpeg_crc(0xFFFFFFFFul, section, section.size()) == 0;
+    }
+}
+
 } // namespace
+
+json decode_section(const std::vector<char>& section)
+{
+    json s;
+    const Bytes b(section);
+    s["table_id"] = b.u8(0);
+    s["table"] = table_name(b.u8(0));
+    s["section_length"] = b.u12(1);
+    decode_section_into(section, s);
+    return s;
+}
 
 json decode_table_file(const std::string& name, const std::vector<char>& bytes)
 {
@@ -337,16 +362,7 @@ json decode_table_file(const std::string& name, const std::vector<char>& bytes)
             sections.push_back(s);
             break;
         }
-        const std::vector<char> section = all.slice(offset, 3 + length);
-        const Bytes b(section);
-        const bool has_crc = table_id != 0x70 && section.size() >= 7;
-        const size_t body_end = has_crc ? section.size() - 4 : section.size();
-        decode_body(b, table_id, body_end, s);
-        if (has_crc) {
-            const uint32_t stored = b.u32(section.size() - 4);
-            s["crc32"] = hex_value(stored, 8);
-            s["crc_ok"] = tavel::mpeg_crc(0xFFFFFFFFul, section, section.size()) == 0;
-        }
+        decode_section_into(all.slice(offset, 3 + length), s);
         sections.push_back(s);
         offset += 3 + length;
     }
@@ -407,20 +423,24 @@ void print_item(const json& item, const std::string& indent, const std::string& 
 
 } // namespace
 
+void print_section(const json& s, std::ostream& out)
+{
+    std::string lead = s["table"].get<std::string>();
+    if (s.contains("table_id"))
+        lead += " table_id=" + hex_value(s["table_id"].get<unsigned>(), 2);
+    json rest = s;
+    rest.erase("table");
+    rest.erase("table_id");
+    print_item(rest, "", lead, out);
+}
+
 void print_table_file(const json& file, std::ostream& out)
 {
     const json& sections = file["sections"];
     out << "== " << file["file"].get<std::string>() << " (" << file["size"].get<size_t>() << " bytes, "
         << sections.size() << (sections.size() == 1 ? " section" : " sections") << ")\n";
-    for (const json& s : sections) {
-        std::string lead = s["table"].get<std::string>();
-        if (s.contains("table_id"))
-            lead += " table_id=" + hex_value(s["table_id"].get<unsigned>(), 2);
-        json rest = s;
-        rest.erase("table");
-        rest.erase("table_id");
-        print_item(rest, "", lead, out);
-    }
+    for (const json& s : sections)
+        print_section(s, out);
 }
 
 } // namespace tavel_si

@@ -15,6 +15,12 @@ namespace tavel_si {
 // truncated section is reported in the document, never fatal.
 nlohmann::ordered_json decode_table_file(const std::string& name, const std::vector<char>& bytes);
 
+// One complete section (CRC included) as one item of the "sections" array.
+nlohmann::ordered_json decode_section(const std::vector<char>& section);
+
+// The readable form of one decoded section (one line, arrays indented below).
+void print_section(const nlohmann::ordered_json& section, std::ostream& out);
+
 // The readable form of decode_table_file's document.
 void print_table_file(const nlohmann::ordered_json& file, std::ostream& out);
 
