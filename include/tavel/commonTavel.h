@@ -25,5 +25,6 @@
 #include <tavel/network.h>
 #include <tavel/host_identity.h>
 #include <tavel/user_log.h>
+#include <tavel/ts.h>
 
 #endif
