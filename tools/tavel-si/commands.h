@@ -11,8 +11,13 @@ namespace tavel_si {
 
 enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitBadInput = 2 };
 
-// The RF plan of a country (alpha-2 or alpha-3 code).
-int run_channels(const std::string& country, std::ostream& out, std::ostream& err);
+// The RF plan of a country (alpha-2 or alpha-3 code); with frequency_khz
+// (not 0) only the channels that frequency lies on.
+int run_channels(const std::string& country, long frequency_khz, std::ostream& out, std::ostream& err);
+
+// The TOT offset strings of each zone at a UTC time ("2027-03-28T00:59:59Z";
+// empty: now).
+int run_tot(const std::vector<std::string>& zones, const std::string& at, std::ostream& out, std::ostream& err);
 
 // The built-in sample headend published under root, then dumped.
 int run_demo(const std::string& root, std::ostream& out, std::ostream& err);

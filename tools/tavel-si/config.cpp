@@ -1,5 +1,7 @@
 #include "config.h"
 
+#include "checks.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -217,9 +219,7 @@ void parse_service(const json& s, const std::string& path, const HeadendConfig& 
         rec.tsid_entrada = static_cast<uint16_t>(get_uint(in, ip, "tsid", 0, 0xFFFF));
         rec.onid_entrada = static_cast<uint16_t>(get_uint(in, ip, "onid", 0, 0xFFFF));
     }
-    // Numbers above these are dropped by the LCN descriptor: refuse them here.
-    const uint64_t max_lcn = cfg.lcn_flavour == 3 ? 16382 : 1022;
-    rec.lcn = static_cast<uint16_t>(get_uint_or(s, path, "lcn", 0, max_lcn, 0));
+    rec.lcn = checked_lcn(join(path, "lcn"), get_uint_or(s, path, "lcn", 0, 0xFFFF, 0), cfg.lcn_flavour);
     if (s.contains("type") && s.at("type").is_string() && s.at("type").get<std::string>().rfind("0x", 0) != 0) {
         rec.tipo_servicio = get_named(s, path, "type",
                                       {{"tv", 0x01}, {"radio", 0x02}, {"teletext", 0x03}, {"data", 0x0C},
@@ -229,30 +229,37 @@ void parse_service(const json& s, const std::string& path, const HeadendConfig& 
     }
     rec.Descifrar = get_bool_or(s, path, "descramble", false) ? 1 : 0;
     rec.cifrado = get_bool_or(s, path, "scrambled", false) ? 1 : 0;
-    rec.nombre = get_string(s, path, "name", 200);
+    rec.nombre = get_string(s, path, "name", 4096);
     rec.cambiar_nombre = get_bool_or(s, path, "rename", false) ? 1 : 0;
-    rec.proveedor = get_string_or(s, path, "provider", 200, "");
+    rec.proveedor = get_string_or(s, path, "provider", 4096, "");
+    check_names_fit(path, rec.nombre, rec.proveedor);
 }
 
-void parse_output(const json& o, const std::string& path, HeadendConfig& cfg, tavel::datos_salidas& out)
+// Also notes the output's place on the air and its numbered services.
+void parse_output(const json& o, const std::string& path, HeadendConfig& cfg, tavel::datos_salidas& out,
+                  std::vector<OutputOnAir>& on_air, std::vector<NumberedService>& numbered)
 {
     if (!o.is_object())
         fail(path, "must be an object");
     const uint16_t type = get_named(o, path, "type", {{"terrestrial", 0}, {"cable", 1}, {"other", 2}});
     out.tipo_salida = type;
     if (type == 1) {
-        only_keys(o, path, {"type", "tsid", "onid", "frequency_khz", "symbol_rate_ksym", "modulation", "services"});
+        only_keys(o, path,
+                  {"type", "tsid", "onid", "frequency_khz", "symbol_rate_ksym", "modulation", "off_plan", "services"});
         out.frecuencia = static_cast<uint32_t>(get_uint(o, path, "frequency_khz", 1, 9999999));
         out.symbol_rate = static_cast<uint16_t>(get_uint(o, path, "symbol_rate_ksym", 1, 0xFFFF));
         // The generator sends index + 1, the DVB cable modulation code.
         out.modulacion = get_named(o, path, "modulation",
                                    {{"16QAM", 0}, {"32QAM", 1}, {"64QAM", 2}, {"128QAM", 3}, {"256QAM", 4}});
+        // Roll-off 0.15: the occupied width of a cable signal.
+        on_air.push_back({path, out.frecuencia, out.symbol_rate * 115u / 100u, get_bool_or(o, path, "off_plan", false)});
     } else if (type == 0) {
         only_keys(o, path, {"type", "tsid", "onid", "frequency_khz", "bandwidth_mhz", "modulation", "code_rate",
-                            "guard_interval", "transmission_mode", "services"});
+                            "guard_interval", "transmission_mode", "off_plan", "services"});
         out.frecuencia = static_cast<uint32_t>(get_uint(o, path, "frequency_khz", 1, 42949672));
-        out.ancho_banda = tavel::getBWOutputValueFromMHZ(
-            static_cast<unsigned short>(get_uint(o, path, "bandwidth_mhz", 5, 8)));
+        const auto mhz = static_cast<unsigned short>(get_uint(o, path, "bandwidth_mhz", 5, 8));
+        out.ancho_banda = tavel::getBWOutputValueFromMHZ(mhz);
+        on_air.push_back({path, out.frecuencia, mhz * 1000u, get_bool_or(o, path, "off_plan", false)});
         out.modulacion = get_named(o, path, "modulation", {{"QPSK", 0}, {"16QAM", 1}, {"64QAM", 2}});
         out.code_rate = get_named(o, path, "code_rate", {{"1/2", 0}, {"2/3", 1}, {"3/4", 2}, {"5/6", 3}, {"7/8", 4}});
         out.intervalo_guarda =
@@ -275,6 +282,7 @@ void parse_output(const json& o, const std::string& path, HeadendConfig& cfg, ta
             fail(join(at(sp, i), "sid"), "duplicate service id " + std::to_string(rec.sid) + " (already " +
                                              at(sp, it->second) + ")");
         out.servicios[rec.sid] = rec;
+        numbered.push_back({at(sp, i), rec.nombre, rec.lcn});
     }
     // Descriptor lengths are one byte: 85 service-list entries, 62 LCN entries.
     if (cfg.service_list == 1 && services.size() > 85)
@@ -316,7 +324,7 @@ HeadendConfig parse_config(const std::string& text, const std::string& base_dir)
     HeadendConfig cfg;
     cfg.country = check_country(doc, "", "country");
     const json& net = object_at(doc, "", "network");
-    only_keys(net, "network", {"id", "name", "table", "service_list_descriptor", "lcn_flavour"});
+    only_keys(net, "network", {"id", "name", "table", "service_list_descriptor", "lcn_flavour", "allow_shared_lcn"});
     cfg.network_id = static_cast<uint16_t>(get_uint(net, "network", "id", 0, 0xFFFF));
     cfg.network_name = get_string(net, "network", "name", 255);
     cfg.nit_table_id = net.contains("table")
@@ -324,19 +332,29 @@ HeadendConfig parse_config(const std::string& text, const std::string& base_dir)
                            : 0x40;
     cfg.service_list = get_bool_or(net, "network", "service_list_descriptor", true) ? 1 : 0;
     cfg.lcn_flavour = static_cast<uint16_t>(get_uint_or(net, "network", "lcn_flavour", 0, 6, 0));
+    std::set<uint16_t> shared_lcns;
+    const json& shared = array_at(net, "network", "allow_shared_lcn", false);
+    for (size_t i = 0; i < shared.size(); ++i)
+        shared_lcns.insert(checked_lcn(at("network.allow_shared_lcn", i),
+                                       uint_value(shared[i], at("network.allow_shared_lcn", i), 1, 0xFFFF),
+                                       cfg.lcn_flavour));
     cfg.scramble_all = get_bool_or(doc, "", "scramble_all", false) ? 1 : 0;
 
     const json& outputs = array_at(doc, "", "outputs", true);
     std::map<uint16_t, size_t> seen;
+    std::vector<OutputOnAir> on_air;
+    std::vector<NumberedService> numbered;
     for (size_t i = 0; i < outputs.size(); ++i) {
         tavel::datos_salidas out;
-        parse_output(outputs[i], at("outputs", i), cfg, out);
+        parse_output(outputs[i], at("outputs", i), cfg, out, on_air, numbered);
         auto [it, fresh] = seen.emplace(out.tsid, i);
         if (!fresh)
             fail(join(at("outputs", i), "tsid"),
                  "duplicate transport stream id " + std::to_string(out.tsid) + " (already " + at("outputs", it->second) + ")");
         cfg.outputs[out.tsid] = out;
     }
+    check_outputs_on_plan(cfg.country, on_air);
+    check_shared_lcns(numbered, shared_lcns);
 
     if (doc.contains("patterns")) {
         const json& pat = object_at(doc, "", "patterns");
@@ -372,6 +390,16 @@ HeadendConfig parse_config(const std::string& text, const std::string& base_dir)
             const std::string ep = at("time_offsets.entries", i);
             if (!entries[i].is_object())
                 fail(ep, "must be an object");
+            TimeOffsetEntry entry;
+            if (entries[i].contains("zone")) {
+                only_keys(entries[i], ep, {"zone"});
+                std::string why;
+                if (!TimeZone::load(get_string(entries[i], ep, "zone", 255), entry.zone, why))
+                    fail(join(ep, "zone"), why);
+                entry.from_zone = true;
+                cfg.tot_entries.push_back(entry);
+                continue;
+            }
             only_keys(entries[i], ep, {"current_s", "next_s", "change_unix_s"});
             const int64_t current = get_int(entries[i], ep, "current_s", -43200, 50400);
             const int64_t next = get_int(entries[i], ep, "next_s", -43200, 50400);
@@ -381,11 +409,19 @@ HeadendConfig parse_config(const std::string& text, const std::string& base_dir)
             // The DVB clock starts in 2010 for the headend; earlier times fail the TOT.
             if (change != 0 && change < 1262304000)
                 fail(join(ep, "change_unix_s"), std::to_string(change) + " is before 2010-01-01 (0 = no change)");
-            cfg.tot_offsets.push_back(std::to_string(current) + " " + std::to_string(next) + " " +
-                                      std::to_string(change));
+            entry.fixed = {static_cast<int32_t>(current), static_cast<int32_t>(next), change};
+            cfg.tot_entries.push_back(entry);
         }
     }
     return cfg;
+}
+
+std::vector<std::string> tot_offsets_at(const HeadendConfig& cfg, long long unix_now)
+{
+    std::vector<std::string> offsets;
+    for (const TimeOffsetEntry& e : cfg.tot_entries)
+        offsets.push_back(tot_offset_string(e.from_zone ? e.zone.offsets_at(unix_now) : e.fixed));
+    return offsets;
 }
 
 HeadendConfig load_config(const std::string& path)

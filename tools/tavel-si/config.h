@@ -13,10 +13,19 @@
 
 #include <tavel/service_records.h>
 
+#include "time_zone.h"
+
 namespace tavel_si {
 
 struct ConfigError : std::runtime_error {
     using std::runtime_error::runtime_error;
+};
+
+// A TOT entry: numbers as given, or a zone resolved when the TOT is made.
+struct TimeOffsetEntry {
+    bool from_zone = false;
+    TimeZone zone;
+    ZoneOffsets fixed; // seconds east of UTC; change in Unix seconds, 0 none
 };
 
 struct HeadendConfig {
@@ -32,8 +41,11 @@ struct HeadendConfig {
     std::vector<std::vector<char>> pattern_sdts;
     std::vector<std::pair<uint16_t, uint16_t>> ts_from_patterns; // (TSID, ONID)
     std::string tot_country;
-    std::vector<std::string> tot_offsets; // "current next change" per entry
+    std::vector<TimeOffsetEntry> tot_entries;
 };
+
+// The TOT's offset strings ("current next change") at unix_now.
+std::vector<std::string> tot_offsets_at(const HeadendConfig& cfg, long long unix_now);
 
 // text: the JSON document; base_dir: where relative pattern paths start.
 HeadendConfig parse_config(const std::string& text, const std::string& base_dir);

@@ -21,7 +21,8 @@ namespace {
 
 // The sample headend: two cable outputs and one terrestrial one in Spain,
 // a dozen services, half of them taken over from the input stream 0x0401
-// of network 0x22D4 (the pattern NIT and SDT below).
+// of network 0x22D4 (the pattern NIT and SDT below), the TOT from the
+// zones of the peninsula and the Canaries.
 const char kDemoConfig[] = R"({
   "country": "ESP",
   "network": {
@@ -38,10 +39,7 @@ const char kDemoConfig[] = R"({
     "transport_streams": [{ "tsid": "0x0401", "onid": "0x22D4" }]
   },
   "time_offsets": {
-    "entries": [
-      { "current_s": 3600, "next_s": 7200, "change_unix_s": 1806195600 },
-      { "current_s": 0, "next_s": 3600, "change_unix_s": 1806195600 }
-    ]
+    "entries": [{ "zone": "Europe/Madrid" }, { "zone": "Atlantic/Canary" }]
   },
   "outputs": [
     {

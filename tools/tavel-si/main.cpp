@@ -26,7 +26,7 @@ void set_root(const std::string& root)
         setenv("TAVEL_ROOT", std::filesystem::absolute(root).lexically_normal().c_str(), 1);
 }
 
-int run_generate(const std::string& config_path, const std::string& root)
+int run_generate(const std::string& config_path, const std::string& root, bool dry_run)
 {
     HeadendConfig cfg;
     try {
@@ -36,7 +36,7 @@ int run_generate(const std::string& config_path, const std::string& root)
         return kExitBadInput;
     }
     set_root(root);
-    const PublishResult result = publish(cfg, static_cast<long long>(std::time(nullptr)), std::cout, std::cerr);
+    const PublishResult result = publish(cfg, static_cast<long long>(std::time(nullptr)), std::cout, std::cerr, dry_run);
     return result.ok ? kExitOk : kExitFailed;
 }
 
@@ -79,13 +79,17 @@ int main(int argc, char** argv)
 
     std::string config_path, root, demo_root = "tavel-root", country;
     std::vector<std::string> files;
-    bool as_json = false;
+    bool as_json = false, dry_run = false;
+    long frequency_khz = 0;
+    std::vector<std::string> zones;
+    std::string at;
 
     CLI::App* generate = app.add_subcommand(
         "generate", "Publish the NIT, one SDT per output and the TOT of the headend described in CONFIG.json.");
     generate->add_option("CONFIG", config_path, "JSON description of the headend (see README-tavel-si.md)")
         ->required();
     generate->add_option("--root", root, "File-system root for the table files (sets TAVEL_ROOT)");
+    generate->add_flag("--check", dry_run, "Dry run: every check, then what would be published; writes nothing");
 
     CLI::App* demo = app.add_subcommand("demo", "Publish a built-in sample headend, then dump what it wrote.");
     demo->add_option("--root", demo_root, "File-system root for the table files (sets TAVEL_ROOT)")
@@ -97,6 +101,13 @@ int main(int argc, char** argv)
 
     CLI::App* channels = app.add_subcommand("channels", "List the RF channel plan of a country.");
     channels->add_option("COUNTRY", country, "ISO 3166 alpha-2 or alpha-3 code (ES, ESP, ...)")->required();
+    channels->add_option("--frequency", frequency_khz, "Only the channels this frequency (kHz) lies on, offsets included")
+        ->check(CLI::Range(1L, 100000000L));
+
+    CLI::App* tot = app.add_subcommand("tot", "Print the TOT offset strings of time zones at a UTC time.");
+    tot->add_option("--zone", zones, "Zone of the system's database (Europe/Madrid); repeat for regions")
+        ->required();
+    tot->add_option("--at", at, "UTC time, e.g. 2027-03-28T00:59:59Z (default: now)");
 
     try {
         app.parse(argc, argv);
@@ -106,11 +117,13 @@ int main(int argc, char** argv)
     }
 
     if (*generate)
-        return run_generate(config_path, root);
+        return run_generate(config_path, root, dry_run);
     if (*demo) {
         return run_demo(demo_root, std::cout, std::cerr);
     }
     if (*dump)
         return run_dump(files, as_json);
-    return run_channels(country, std::cout, std::cerr);
+    if (*tot)
+        return run_tot(zones, at, std::cout, std::cerr);
+    return run_channels(country, frequency_khz, std::cout, std::cerr);
 }

@@ -68,7 +68,8 @@ protected:
     void run_recovery_command(const char*) override {}
 };
 
-bool publish_nit(const HeadendConfig& cfg, PublishResult& result, std::ostream& out, std::ostream& err)
+bool publish_nit(const HeadendConfig& cfg, bool dry_run, PublishResult& result, std::ostream& out,
+                 std::ostream& err)
 {
     const std::string sent = nit_sent_path();
     tavel::tNIT stored;
@@ -85,13 +86,21 @@ bool publish_nit(const HeadendConfig& cfg, PublishResult& result, std::ostream& 
         candidate->version = static_cast<uint8_t>(stored_version);
         build_nit_sections(*candidate);
         if (candidate->isSameTable()) {
-            out << "NIT  network " << cfg.network_id << ": unchanged (version " << stored_version
-                << "), nothing published\n";
+            out << "NIT  network " << cfg.network_id << ": unchanged (version " << stored_version << "), nothing "
+                << (dry_run ? "to publish" : "published") << "\n";
             return true;
         }
     }
     auto nit = make_nit(cfg);
     nit->version = static_cast<uint8_t>(nit->getNextNITVersion());
+    if (dry_run) {
+        build_nit_sections(*nit);
+        result.changed = true;
+        out << "NIT  network " << cfg.network_id << ": would publish version " << unsigned(nit->version)
+            << (stored_version == 65535 ? " (new)" : " (raised)") << ", " << plural(nit->secciones.size(), "section")
+            << ", " << nit->data_size << " bytes -> " << sent << "\n";
+        return true;
+    }
     nit->generarNIT();
     // The multiplexer reads the NIT last sent: promote the new one in one step.
     if (std::rename(nit_new_path().c_str(), sent.c_str()) != 0) {
@@ -104,7 +113,7 @@ bool publish_nit(const HeadendConfig& cfg, PublishResult& result, std::ostream& 
     return true;
 }
 
-bool publish_sdt(const HeadendConfig& cfg, const tavel::datos_salidas& output, PublishResult& result,
+bool publish_sdt(const HeadendConfig& cfg, const tavel::datos_salidas& output, bool dry_run, PublishResult& result,
                  std::ostream& out, std::ostream& err)
 {
     const std::string path = sdt_output_path(output.tsid);
@@ -122,8 +131,8 @@ bool publish_sdt(const HeadendConfig& cfg, const tavel::datos_salidas& output, P
         const unsigned stored_version = stored->getSDTVersion();
         BuiltSdt candidate = build_sdt(cfg, output, stored_version);
         if (candidate.sdt->isSameTable(stored)) {
-            out << "SDT  tsid " << output.tsid << ": unchanged (version " << stored_version
-                << "), nothing published\n";
+            out << "SDT  tsid " << output.tsid << ": unchanged (version " << stored_version << "), nothing "
+                << (dry_run ? "to publish" : "published") << "\n";
             return true;
         }
         version = (stored_version + 1) % 32;
@@ -131,6 +140,14 @@ bool publish_sdt(const HeadendConfig& cfg, const tavel::datos_salidas& output, P
     BuiltSdt built = build_sdt(cfg, output, version);
     std::vector<char> sections;
     built.sdt->getSDT(sections, false);
+    if (dry_run) {
+        result.changed = true;
+        out << "SDT  tsid " << output.tsid << ": would publish version " << version << (stored ? " (raised)" : " (new)")
+            << ", " << plural(built.sdt->num_service, "service") << ", "
+            << plural(built.sdt->secciones.size(), "section") << ", " << sections.size() << " bytes -> " << path
+            << "\n";
+        return true;
+    }
     if (!tavel::write_char_vector_to_file(sections, path, false)) {
         err << "tavel-si: error: cannot write " << path << "\n";
         return false;
@@ -142,8 +159,8 @@ bool publish_sdt(const HeadendConfig& cfg, const tavel::datos_salidas& output, P
     return true;
 }
 
-bool publish_tot(const HeadendConfig& cfg, long long unix_now, PublishResult& result, std::ostream& out,
-                 std::ostream& err)
+bool publish_tot(const HeadendConfig& cfg, long long unix_now, bool dry_run, PublishResult& result,
+                 std::ostream& out, std::ostream& err)
 {
     const std::string path = tot_path();
     result.files.push_back(path);
@@ -154,8 +171,19 @@ bool publish_tot(const HeadendConfig& cfg, long long unix_now, PublishResult& re
     }
     QuietTOT tot;
     tot.offsets.push_back(cfg.tot_country);
-    tot.offsets.insert(tot.offsets.end(), cfg.tot_offsets.begin(), cfg.tot_offsets.end());
-    if (tot.generarTOT(utc, true) != 1) {
+    const std::vector<std::string> offsets = tot_offsets_at(cfg, unix_now);
+    tot.offsets.insert(tot.offsets.end(), offsets.begin(), offsets.end());
+    // A dry run takes generarTOT's steps short of writing the file.
+    bool made = false;
+    if (dry_run) {
+        tot.generar_cabecera_primera_section(utc);
+        made = tot.generar_descriptors_loop() == 1;
+        if (made)
+            tot.cerrar_ultima_seccion();
+    } else {
+        made = tot.generarTOT(utc, true) == 1;
+    }
+    if (!made) {
         err << "tavel-si: error: the TOT could not be generated\n";
         return false;
     }
@@ -164,22 +192,27 @@ bool publish_tot(const HeadendConfig& cfg, long long unix_now, PublishResult& re
     tm parts{};
     gmtime_r(&t, &parts);
     std::strftime(when, sizeof when, "%Y-%m-%d %H:%M:%S", &parts);
-    out << "TOT  " << cfg.tot_country << ": written for " << when << " UTC, "
-        << plural(cfg.tot_offsets.size(), "offset") << ", " << tot.total_size << " bytes -> " << path << "\n";
+    out << "TOT  " << cfg.tot_country << (dry_run ? ": would write for " : ": written for ") << when << " UTC, "
+        << plural(offsets.size(), "offset") << ", " << tot.total_size << " bytes -> " << path << "\n";
+    for (const std::string& o : offsets)
+        out << "     offset \"" << o << "\"\n";
     return true;
 }
 
 } // namespace
 
-PublishResult publish(const HeadendConfig& cfg, long long unix_now, std::ostream& out, std::ostream& err)
+PublishResult publish(const HeadendConfig& cfg, long long unix_now, std::ostream& out, std::ostream& err,
+                      bool dry_run)
 {
     PublishResult result;
-    result.ok = publish_nit(cfg, result, out, err);
+    result.ok = publish_nit(cfg, dry_run, result, out, err);
     for (const auto& entry : cfg.outputs)
-        result.ok = publish_sdt(cfg, entry.second, result, out, err) && result.ok;
-    result.ok = publish_tot(cfg, unix_now, result, out, err) && result.ok;
+        result.ok = publish_sdt(cfg, entry.second, dry_run, result, out, err) && result.ok;
+    result.ok = publish_tot(cfg, unix_now, dry_run, result, out, err) && result.ok;
     if (!result.changed)
-        out << "Nothing published: the NIT and every SDT are unchanged.\n";
+        out << "Nothing " << (dry_run ? "to publish" : "published") << ": the NIT and every SDT are unchanged.\n";
+    if (dry_run && result.ok)
+        out << "Dry run: all checks passed, nothing written.\n";
     return result;
 }
 

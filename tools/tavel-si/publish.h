@@ -19,7 +19,9 @@ struct PublishResult {
 };
 
 // One line per table to out, problems to err. unix_now: the TOT's time.
-PublishResult publish(const HeadendConfig& cfg, long long unix_now, std::ostream& out, std::ostream& err);
+// dry_run: the same lines for what would be published; nothing is written.
+PublishResult publish(const HeadendConfig& cfg, long long unix_now, std::ostream& out, std::ostream& err,
+                      bool dry_run = false);
 
 } // namespace tavel_si
 
