@@ -14,6 +14,7 @@ namespace {
 constexpr int64_t kDay = 86400;
 // Zone files are a few kilobytes; anything far larger is not one.
 constexpr uintmax_t kMaxZoneFile = 1 << 20;
+constexpr int64_t kLastTime = 253402300799; // 9999-12-31 23:59:59
 
 // Days since 1970-01-01 of a proleptic Gregorian date.
 int64_t days_from_civil(int64_t y, unsigned m, unsigned d)
@@ -181,7 +182,9 @@ bool TimeZone::parse(const std::vector<char>& bytes, TimeZone& zone)
         if (type >= typecnt)
             return false;
         const uint64_t at = (static_cast<uint64_t>(r.u32(data + k * 8)) << 32) | r.u32(data + k * 8 + 4);
-        if (!z.table_.empty() && static_cast<int64_t>(at) <= z.table_.back().at)
+        // Ascending, and not past year 9999, so that rule dates stay in range.
+        if ((!z.table_.empty() && static_cast<int64_t>(at) <= z.table_.back().at) ||
+            static_cast<int64_t>(at) > kLastTime)
             return false;
         z.table_.push_back({static_cast<int64_t>(at), type_offset(type)});
     }
@@ -271,6 +274,8 @@ ZoneOffsets TimeZone::offsets_at(int64_t unix_time) const
 {
     // Every transition that can matter: the file's, then the footer's for
     // the years around the later of now and the file's last transition.
+    // Rule dates are computed up to year 9999 only.
+    unix_time = std::min(std::max(unix_time, -kLastTime), kLastTime);
     std::vector<Transition> all = table_;
     const int64_t last = table_.empty() ? INT64_MIN : table_.back().at;
     int32_t before = first_offset_;
