@@ -51,6 +51,10 @@ std::vector<char> ts_pmt_section(uint16_t program_number, uint16_t pcr_pid, uint
     std::vector<char> s = open_section(0x02, program_number, version);
     bytes::put16(s, 0xE000u | (pcr_pid & 0x1FFFu));
     bytes::put16(s, 0xF000); // program_info_length 0
+    // Players list only programs with a stream: declare the PCR PID as private data.
+    bytes::put8(s, 0x06);
+    bytes::put16(s, 0xE000u | (pcr_pid & 0x1FFFu));
+    bytes::put16(s, 0xF000); // ES_info_length 0
     return seal(std::move(s));
 }
 

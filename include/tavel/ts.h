@@ -102,7 +102,8 @@ struct TsProgram {
 // PAT of the transport stream, network PID 0x0010 as program 0, then the programs.
 TAVEL_API std::vector<char> ts_pat_section(uint16_t transport_stream_id, const std::vector<TsProgram>& programs,
                                            uint8_t version = 0);
-// PMT of a program with no elementary streams (enough for players to list it).
+// PMT of a program whose one stream is the PCR PID, declared as private data
+// (stream_type 0x06): no media, but enough for players to list the program.
 TAVEL_API std::vector<char> ts_pmt_section(uint16_t program_number, uint16_t pcr_pid, uint8_t version = 0);
 // The services of SDT actual sections (table_id 0x42) as programs, PMT PIDs
 // from first_pmt_pid up in order of appearance; transport_stream_id is set

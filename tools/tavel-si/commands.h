@@ -27,6 +27,17 @@ std::string demo_config_json();
 std::vector<char> demo_pattern_nit();
 std::vector<char> demo_pattern_sdt();
 
+// tavel-si ts: table files (or captures) played out as a transport stream.
+struct TsOptions {
+    std::vector<std::string> files;
+    std::string output;
+    double duration = 30;     // seconds
+    double bitrate = 1000000; // bit/s
+    bool with_pat = false;    // PAT and one PMT per SDT-actual service
+    std::vector<std::string> intervals; // KIND=SECONDS overrides
+};
+int run_ts(const TsOptions& options, std::ostream& out, std::ostream& err);
+
 } // namespace tavel_si
 
 #endif

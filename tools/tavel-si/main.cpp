@@ -12,6 +12,7 @@
 
 #include "commands.h"
 #include "config.h"
+#include "capture_dump.h"
 #include "dump.h"
 #include "publish.h"
 
@@ -40,11 +41,22 @@ int run_generate(const std::string& config_path, const std::string& root, bool d
     return result.ok ? kExitOk : kExitFailed;
 }
 
-int run_dump(const std::vector<std::string>& files, bool as_json)
+int run_dump(const std::vector<std::string>& files, const std::vector<unsigned>& pids, bool as_json)
 {
     // Every file must be readable before anything is printed.
     std::vector<std::vector<char>> contents(files.size());
+    std::vector<nlohmann::ordered_json> captures(files.size());
     for (size_t i = 0; i < files.size(); ++i) {
+        if (is_capture_file(files[i])) {
+            Input input;
+            std::string error;
+            if (!load_input(files[i], std::vector<uint16_t>(pids.begin(), pids.end()), input, error)) {
+                std::cerr << "tavel-si: error: FILE: " << error << "\n";
+                return kExitBadInput;
+            }
+            captures[i] = decode_capture(input);
+            continue;
+        }
         if (!tavel::read_char_vector_from_file(files[i], contents[i])) {
             std::cerr << "tavel-si: error: FILE: cannot read " << files[i] << "\n";
             return kExitBadInput;
@@ -53,13 +65,17 @@ int run_dump(const std::vector<std::string>& files, bool as_json)
     nlohmann::ordered_json doc;
     doc["files"] = nlohmann::ordered_json::array();
     for (size_t i = 0; i < files.size(); ++i) {
-        nlohmann::ordered_json file = decode_table_file(files[i], contents[i]);
+        const bool capture = !captures[i].is_null();
+        nlohmann::ordered_json file = capture ? captures[i] : decode_table_file(files[i], contents[i]);
         if (as_json) {
             doc["files"].push_back(file);
         } else {
             if (i)
                 std::cout << "\n";
-            print_table_file(file, std::cout);
+            if (capture)
+                print_capture(file, std::cout);
+            else
+                print_table_file(file, std::cout);
         }
     }
     if (as_json)
@@ -96,8 +112,12 @@ int main(int argc, char** argv)
         ->capture_default_str();
 
     CLI::App* dump = app.add_subcommand("dump", "Decode table files (NIT, SDT, TOT, EIT) section by section.");
-    dump->add_option("FILE", files, "Table files: sections back to back")->required();
+    dump->add_option("FILE", files, "Table files (sections back to back) or transport stream captures")->required();
     dump->add_flag("--json", as_json, "One JSON document instead of text");
+    std::vector<unsigned> dump_pids;
+    dump->add_option("--pid", dump_pids,
+                     "For a transport stream FILE: also read this PID (0x0010, 0x0011, 0x0012, 0x0014 always)")
+        ->check(CLI::Range(0u, 0x1FFFu));
 
     CLI::App* channels = app.add_subcommand("channels", "List the RF channel plan of a country.");
     channels->add_option("COUNTRY", country, "ISO 3166 alpha-2 or alpha-3 code (ES, ESP, ...)")->required();
@@ -108,6 +128,19 @@ int main(int argc, char** argv)
     tot->add_option("--zone", zones, "Zone of the system's database (Europe/Madrid); repeat for regions")
         ->required();
     tot->add_option("--at", at, "UTC time, e.g. 2027-03-28T00:59:59Z (default: now)");
+
+    TsOptions ts_options;
+    CLI::App* ts = app.add_subcommand(
+        "ts", "Play table files out as an MPEG transport stream at the intervals receivers expect.");
+    ts->add_option("FILE", ts_options.files, "Table files (or captures): NIT, SDT, BAT, EIT, TDT, TOT")->required();
+    ts->add_option("-o,--output", ts_options.output, "The transport stream to write")->required();
+    ts->add_option("--duration", ts_options.duration, "Seconds of stream")->capture_default_str();
+    ts->add_option("--bitrate", ts_options.bitrate, "Bits per second, null packets filling the rest")
+        ->capture_default_str();
+    ts->add_flag("--with-pat", ts_options.with_pat, "Add a PAT and one PMT per service of the SDT actual");
+    ts->add_option("--interval", ts_options.intervals,
+                   "KIND=SECONDS, KIND one of nit, nit-other, sdt, sdt-other, bat, eit-pf, eit-pf-other, "
+                   "eit-schedule, tdt, tot (defaults 10, 10, 2, 10, 10, 2, 10, 10, 30, 30)");
 
     try {
         app.parse(argc, argv);
@@ -121,8 +154,10 @@ int main(int argc, char** argv)
     if (*demo) {
         return run_demo(demo_root, std::cout, std::cerr);
     }
+    if (*ts)
+        return run_ts(ts_options, std::cout, std::cerr);
     if (*dump)
-        return run_dump(files, as_json);
+        return run_dump(files, dump_pids, as_json);
     if (*tot)
         return run_tot(zones, at, std::cout, std::cerr);
     return run_channels(country, frequency_khz, std::cout, std::cerr);
