@@ -1,0 +1,215 @@
+// Transport streams through tavel-si, judged by tools this project did not
+// write: captures made by ffmpeg's MPEG-TS muxer are dumped with their
+// names right, and what `tavel-si ts` plays out is read back by libdvbpsi's
+// demultiplexer and by ffprobe.
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+
+#include <dvbpsi/dvbpsi.h>
+#include <dvbpsi/demux.h>
+#include <dvbpsi/descriptor.h>
+#include <dvbpsi/dr_48.h>
+#include <dvbpsi/pat.h>
+#include <dvbpsi/psi.h>
+#include <dvbpsi/sdt.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using Names = std::map<unsigned, std::string>;
+
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out, err;
+};
+
+std::string slurp(const fs::path& p)
+{
+    std::ifstream in(p, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class TsCli : public ::testing::Test {
+protected:
+    TsCli()
+    {
+        char name[] = "/tmp/tavel-ts-test-XXXXXX";
+        dir_ = mkdtemp(name);
+    }
+    ~TsCli() override { fs::remove_all(dir_); }
+
+    Outcome run(const std::string& command)
+    {
+        const fs::path out = dir_ / "stdout", err = dir_ / "stderr";
+        const int raw = std::system((command + " > " + out.string() + " 2> " + err.string() + " < /dev/null").c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+    }
+    Outcome tavel_si(const std::string& args) { return run("env -u TAVEL_ROOT " TAVEL_SI_PROGRAM " " + args); }
+    bool have(const char* program) { return run(std::string(program) + " -version").status == 0; }
+
+    fs::path dir_;
+};
+
+// Every value under key, anywhere in the document.
+void find_all(const json& j, const std::string& key, std::vector<json>& found)
+{
+    if (j.is_object() && j.contains(key))
+        found.push_back(j[key]);
+    if (j.is_structured())
+        for (const json& child : j)
+            find_all(child, key, found);
+}
+
+struct Demuxed {
+    Names pat; // program_number -> PID
+    Names sdt; // service_id -> service name
+    int warnings = 0;
+};
+
+void on_warning(dvbpsi_t* handle, const dvbpsi_msg_level_t, const char*)
+{
+    ++static_cast<Demuxed*>(handle->p_sys)->warnings;
+}
+
+void on_pat(void* data, dvbpsi_pat_t* pat)
+{
+    for (dvbpsi_pat_program_t* p = pat->p_first_program; p; p = p->p_next)
+        static_cast<Demuxed*>(data)->pat[p->i_number] = std::to_string(p->i_pid);
+    dvbpsi_pat_delete(pat);
+}
+
+void on_sdt(void* data, dvbpsi_sdt_t* sdt)
+{
+    for (dvbpsi_sdt_service_t* s = sdt->p_first_service; s; s = s->p_next)
+        for (dvbpsi_descriptor_t* d = s->p_first_descriptor; d; d = d->p_next)
+            if (const dvbpsi_service_dr_t* dr = d->i_tag == 0x48 ? dvbpsi_DecodeServiceDr(d) : nullptr)
+                static_cast<Demuxed*>(data)->sdt[s->i_service_id] =
+                    std::string(reinterpret_cast<const char*>(dr->i_service_name), dr->i_service_name_length);
+    dvbpsi_sdt_delete(sdt);
+}
+
+void on_subtable(dvbpsi_t* handle, uint8_t table_id, uint16_t extension, void* data)
+{
+    if (table_id == 0x42)
+        dvbpsi_sdt_attach(handle, table_id, extension, on_sdt, data);
+}
+
+// PAT and SDT actual of a 188-byte stream through libdvbpsi.
+Demuxed demux(std::string bytes)
+{
+    Demuxed d;
+    dvbpsi_t* pat = dvbpsi_new(&on_warning, DVBPSI_MSG_WARN);
+    dvbpsi_t* sdt = dvbpsi_new(&on_warning, DVBPSI_MSG_WARN);
+    pat->p_sys = sdt->p_sys = &d;
+    dvbpsi_pat_attach(pat, on_pat, &d);
+    dvbpsi_AttachDemux(sdt, on_subtable, &d);
+    for (size_t i = 0; i + 188 <= bytes.size(); i += 188) {
+        auto* packet = reinterpret_cast<uint8_t*>(&bytes[i]);
+        const unsigned pid = ((packet[1] & 0x1F) << 8) | packet[2];
+        if (pid == 0x00 || pid == 0x11)
+            dvbpsi_packet_push(pid ? sdt : pat, packet);
+    }
+    dvbpsi_pat_detach(pat);
+    dvbpsi_DetachDemux(sdt);
+    dvbpsi_delete(pat);
+    dvbpsi_delete(sdt);
+    return d;
+}
+
+} // namespace
+
+TEST_F(TsCli, FfmpegCapturesDumpWithTheirNames)
+{
+    if (!have("ffmpeg"))
+        GTEST_SKIP() << "ffmpeg not installed";
+    const struct {
+        const char* muxer_options;
+        size_t packet_size;
+    } cases[] = {{"", 188}, {"-mpegts_m2ts_mode 1", 192}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.packet_size);
+        const std::string capture = (dir_ / "capture.ts").string();
+        ASSERT_EQ(run("ffmpeg -y -v error -f lavfi -i testsrc=size=64x48:rate=5 -t 2 -c:v mpeg2video "
+                      "-metadata service_name='Ñandú TV' -metadata service_provider='Señal Ibérica' "
+                      "-mpegts_service_id 0x0ABC " + std::string(c.muxer_options) + " -f mpegts " + capture)
+                      .status,
+                  0);
+        const Outcome r = tavel_si("dump --json " + capture);
+        ASSERT_EQ(r.status, 0) << r.err;
+        const json file = json::parse(r.out)["files"][0];
+        EXPECT_EQ(file["packet_size"], c.packet_size);
+        for (const auto& count : file["errors"].items())
+            EXPECT_EQ(count.value(), 0) << count.key();
+        std::vector<json> names, providers, pids;
+        find_all(file, "service_name", names);
+        find_all(file, "provider_name", providers);
+        EXPECT_EQ(names, std::vector<json>{"Ñandú TV"});
+        EXPECT_EQ(providers, std::vector<json>{"Señal Ibérica"});
+        EXPECT_EQ(file["sections"][0]["pid"], 0x11); // the SDT; PAT and PMT are not SI
+    }
+}
+
+TEST_F(TsCli, PlayedOutTablesReadBackByLibdvbpsiAndFfprobe)
+{
+    ASSERT_EQ(tavel_si("demo --root " + (dir_ / "demo").string()).status, 0);
+    const fs::path tables = dir_ / "demo/tavel/datosWeb/tablasSI", out = dir_ / "out.ts";
+    const Outcome r = tavel_si("ts " + (tables / "NIT_table").string() + " " + (tables / "SDT_table_1").string() + " " +
+                           (tables / "TOT_table").string() + " --with-pat --duration 21 -o " + out.string());
+    ASSERT_EQ(r.status, 0) << r.err;
+
+    const Names names = {{101, "Canal 1"}, {102, "Canal 2"}, {103, "Tres HD"}, {104, "Canal 4"}};
+    const Demuxed d = demux(slurp(out));
+    EXPECT_EQ(d.warnings, 0); // no continuity or CRC complaint
+    EXPECT_EQ(d.pat, (Names{{0, "16"}, {101, "4096"}, {102, "4097"}, {103, "4098"}, {104, "4099"}}));
+    for (const auto& [id, name] : names) // raw bytes there: the UTF-8 selector first
+        EXPECT_EQ(d.sdt.at(id), "\x15" + name);
+
+    // Our own reader times the repetitions by the stream's PCR.
+    const json dumped = json::parse(tavel_si("dump --json " + out.string()).out)["files"][0];
+    std::map<unsigned, std::pair<int, double>> seen; // table_id -> count, mean interval (s)
+    for (const json& s : dumped["sections"])
+        seen[s["table_id"]] = {s["repetitions"]["count"], s["repetitions"].value("mean_interval", 0.0)};
+    EXPECT_EQ(seen[0x40].first, 3);
+    EXPECT_NEAR(seen[0x40].second, 10, 0.005);
+    EXPECT_EQ(seen[0x42].first, 11);
+    EXPECT_NEAR(seen[0x42].second, 2, 0.005);
+    EXPECT_EQ(seen[0x73].first, 1);
+
+    if (!have("ffprobe"))
+        GTEST_SKIP() << "ffprobe not installed";
+    const json probed = json::parse(run("ffprobe -v error -show_programs -of json " + out.string()).out);
+    Names listed;
+    for (const json& p : probed["programs"])
+        listed[p["program_num"]] = p["tags"]["service_name"];
+    EXPECT_EQ(listed, names);
+}
+
+TEST_F(TsCli, BadInputIsOneLineAndExit2)
+{
+    std::ofstream(dir_ / "cut.bin", std::ios::binary) << std::string("\x42\xF0\x20\x00\x01", 5);
+    const std::string cut = (dir_ / "cut.bin").string(), out = " -o " + (dir_ / "x.ts").string();
+    const struct {
+        std::string args, message;
+    } cases[] = {
+        {"ts /nonexistent" + out, "tavel-si: error: FILE: cannot read /nonexistent\n"},
+        {"ts " + cut + out, "tavel-si: error: FILE: " + cut + ": the last section is cut short (5 bytes left)\n"},
+        {"ts " + cut + out + " --interval sdt=soon",
+         "tavel-si: error: --interval: expected KIND=SECONDS with KIND one of nit, nit-other, sdt, sdt-other, bat, "
+         "eit-pf, eit-pf-other, eit-schedule, tdt, tot; got sdt=soon\n"},
+    };
+    for (const auto& c : cases) {
+        const Outcome r = tavel_si(c.args);
+        EXPECT_EQ(r.status, 2) << c.args;
+        EXPECT_EQ(r.err, c.message);
+    }
+}
