@@ -59,12 +59,12 @@ size_t ts_packet_size(const char* data, size_t size)
 }
 
 struct TsSectionReader::State {
-    explicit State(Handler h) : handler(std::move(h)), slot(8192, -1), buf(kChunk + kCarry) {}
+    explicit State(Handler h) : handler(std::move(h)), slot(8192, -1) {}
 
     Handler handler;
     std::vector<int16_t> slot; // PID -> index in pids, -1 when not selected
     std::vector<PidState> pids;
-    std::vector<char> buf; // bytes [begin, fill) not yet consumed
+    std::vector<char> buf; // bytes [begin, fill) not yet consumed; grows to kChunk + kCarry
     size_t begin = 0;
     size_t fill = 0;
     TsCounts counts;
@@ -293,7 +293,9 @@ void TsSectionReader::feed(const char* data, size_t size)
 {
     State& s = *state_;
     while (size > 0) {
-        const size_t n = std::min(size, s.buf.size() - s.fill);
+        const size_t n = std::min(size, kChunk);
+        if (s.buf.size() < s.fill + n)
+            s.buf.resize(s.fill + n);
         std::memcpy(s.buf.data() + s.fill, data, n);
         s.fill += n;
         data += n;
@@ -316,6 +318,8 @@ bool TsSectionReader::feed_file(const std::string& path)
     if (!f)
         return false;
     State& s = *state_;
+    if (s.buf.size() < kChunk + kCarry)
+        s.buf.resize(kChunk + kCarry);
     bool ok = true;
     for (;;) {
         const size_t n = std::fread(s.buf.data() + s.fill, 1, s.buf.size() - s.fill, f);
