@@ -35,7 +35,13 @@ struct PidState {
     int last_cc = -1;
     bool in_section = false;
     bool duplicate_seen = false;
+    // SI repeats itself: sections already found good, so that a repetition
+    // costs a comparison instead of a CRC over every byte.
+    std::vector<std::vector<char>> verified;
+    size_t next_verified = 0;
 };
+
+constexpr size_t kVerifiedPerPid = 8;
 
 } // namespace
 
@@ -81,16 +87,28 @@ struct TsSectionReader::State {
         }
     }
 
+    static bool known_good(const PidState& st)
+    {
+        for (const auto& v : st.verified)
+            if (v == st.section)
+                return true;
+        return false;
+    }
+
     void complete(PidState& st, uint16_t pid)
     {
         st.in_section = false;
         const bytes::Reader s(st.section);
         // TOT carries a CRC without the syntax indicator; TDT, RST and ST none.
-        if ((s.u8(1) & 0x80) || s.u8(0) == 0x73) {
+        if (((s.u8(1) & 0x80) || s.u8(0) == 0x73) && !known_good(st)) {
             if (mpeg_crc(0xFFFFFFFFul, st.section, st.section.size()) != 0) {
                 ++counts.crc_errors;
                 return;
             }
+            if (st.verified.size() < kVerifiedPerPid)
+                st.verified.push_back(st.section);
+            else
+                st.verified[st.next_verified++ % kVerifiedPerPid] = st.section;
         }
         handler(TsSectionPlace{pid, counts.packets - 1, pcr}, st.section);
     }
@@ -253,15 +271,29 @@ struct TsSectionReader::State {
                 stride = s;
                 pos = i;
             }
-            const bytes::Reader r(buf, 0, fill);
-            while (r.has(pos, stride) || (at_end && r.has(pos, kTsPacketSize))) {
-                if (r.u8(pos) != kSync) {
+            // The loop's bound keeps every read below inside [0, fill).
+            const int16_t* const selected = slot.data();
+            const size_t step = stride, end = fill;
+            uint64_t packets = counts.packets;
+            while (pos + step <= end || (at_end && pos + kTsPacketSize <= end)) {
+                if (bytes::at(buf, pos) != kSync) {
                     lost = true;
                     break;
                 }
-                packet(pos);
-                pos = r.has(pos, stride) ? pos + stride : fill;
+                const uint8_t b1 = bytes::at(buf, pos + 1);
+                const uint8_t b3 = bytes::at(buf, pos + 3);
+                // Most packets are neither selected, errored nor carrying an
+                // adaptation field (where a PCR may be): count and step over.
+                if (selected[((b1 & 0x1F) << 8) | bytes::at(buf, pos + 2)] < 0 && !(b1 & 0x80) && !(b3 & 0x20)) {
+                    ++packets;
+                } else {
+                    counts.packets = packets;
+                    packet(pos);
+                    packets = counts.packets;
+                }
+                pos = pos + step <= end ? pos + step : end;
             }
+            counts.packets = packets;
             if (!lost)
                 break;
         }
