@@ -40,16 +40,18 @@ public:
             fields.first_packet = packet;
             index_.emplace(key, input_.sections.size());
             input_.sections.push_back(std::move(fields));
-            last_.push_back(Last{packet, pcr, 0, 0, true});
+            last_.push_back(Last{packet, pcr, 0, 0, 0});
             return;
         }
         InputSection& d = input_.sections[it->second];
         Last& last = last_[it->second];
         ++d.count;
-        last.all_timed = last.all_timed && pcr >= 0 && last.pcr >= 0;
-        const int64_t ticks = (pcr - last.pcr + kPcrWrap) % kPcrWrap; // the PCR wraps after 26.5 hours
-        last.seconds += static_cast<double>(ticks) / tavel::kTsPcrHz;
-        last.max_seconds = std::max(last.max_seconds, static_cast<double>(ticks) / tavel::kTsPcrHz);
+        if (pcr >= 0 && last.pcr >= 0) {
+            const int64_t ticks = (pcr - last.pcr + kPcrWrap) % kPcrWrap; // the PCR wraps after 26.5 hours
+            last.seconds += static_cast<double>(ticks) / tavel::kTsPcrHz;
+            last.max_seconds = std::max(last.max_seconds, static_cast<double>(ticks) / tavel::kTsPcrHz);
+            ++last.timed_gaps;
+        }
         d.max_interval = std::max(d.max_interval, static_cast<double>(packet - last.packet));
         last.packet = packet;
         last.pcr = pcr;
@@ -63,9 +65,9 @@ public:
             if (d.count < 2 || !input_.is_ts)
                 continue;
             const double gaps = static_cast<double>(d.count - 1);
-            if (last_[i].all_timed) {
+            if (last_[i].timed_gaps > 0) {
                 d.unit = IntervalUnit::seconds;
-                d.mean_interval = last_[i].seconds / gaps;
+                d.mean_interval = last_[i].seconds / static_cast<double>(last_[i].timed_gaps);
                 d.max_interval = last_[i].max_seconds;
             } else {
                 d.unit = IntervalUnit::packets;
@@ -81,7 +83,7 @@ private:
         int64_t pcr;
         double seconds;
         double max_seconds;
-        bool all_timed;
+        uint64_t timed_gaps; // gaps with a PCR at both ends
     };
     Input& input_;
     std::map<Key, size_t> index_;

@@ -30,8 +30,9 @@ struct InputSection {
 
     uint64_t count = 0;        // occurrences
     uint64_t first_packet = 0; // capture packet index of the first (0 for files)
-    // Between consecutive occurrences: seconds when the capture has a PCR
-    // before every occurrence, else packets; none when seen once or from a file.
+    // Between consecutive occurrences: seconds by the PCR when the capture
+    // has one (gaps before its first PCR left out), else packets; none when
+    // seen once or read from a table file.
     IntervalUnit unit = IntervalUnit::none;
     double mean_interval = 0;
     double max_interval = 0;

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <ctime>
 #include <fstream>
-#include <iomanip>
 #include <map>
 #include <sstream>
 #include <tuple>
@@ -185,7 +184,7 @@ int run_ts(const TsOptions& o, std::ostream& out, std::ostream& err)
     for (const Table& t : tables)
         needed += static_cast<double>(packets_for(t.sections)) / t.interval;
     if (needed * 188 * 8 > o.bitrate) {
-        err << "tavel-si: error: --bitrate " << o.bitrate << " is too low: these tables need about "
+        err << "tavel-si: error: --bitrate " << std::llround(o.bitrate) << " is too low: these tables need about "
             << static_cast<long long>(std::ceil(needed * 188 * 8)) << " bit/s\n";
         return kExitBadInput;
     }
@@ -238,8 +237,7 @@ int run_ts(const TsOptions& o, std::ostream& out, std::ostream& err)
         err << "tavel-si: error: cannot write " << o.output << "\n";
         return kExitFailed;
     }
-    out << "wrote " << o.output << ": " << total << " packets, " << o.duration << " s at " << std::fixed << std::setprecision(0) << o.bitrate
-        << std::defaultfloat << " bit/s, PCR on PID " << hex4(kPcrPid) << " every " << kPcrEvery * 1000 << " ms\n";
+    out << "wrote " << o.output << ": " << total << " packets, " << o.duration << " s at " << std::llround(o.bitrate) << " bit/s, PCR on PID " << hex4(kPcrPid) << " every " << kPcrEvery * 1000 << " ms\n";
     for (const Table& t : tables)
         out << "  PID " << hex4(t.pid) << "  " << t.name << ", " << t.sections.size()
             << (t.sections.size() == 1 ? " section" : " sections") << ", every " << t.interval << " s: sent "
