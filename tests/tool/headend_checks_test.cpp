@@ -5,8 +5,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -39,11 +37,10 @@ TEST(TimeZone, OffsetStringsComeFromTheZoneDatabase)
         long long at;
         const char* expected; // "current next change", as the TOT takes it
     } rows[] = {
-        {"Europe/Madrid", kNov2026, "3600 7200 1806195600"},            // change ahead
-        {"Atlantic/Canary", kNov2026, "0 3600 1806195600"},             // same instant, one hour west
-        {"Asia/Tokyo", kNov2026, "32400 32400 0"},                      // no change at all
-        {"Australia/Sydney", kNov2026, "39600 36000 1806768000"},       // southern summer ends 2027-04-03
-        {"America/New_York", kNov2026, "-18000 -14400 1805007600"},     // west of Greenwich
+        {"Europe/Madrid", kNov2026, "3600 7200 1806195600"},              // change ahead
+        {"Asia/Tokyo", kNov2026, "32400 32400 0"},                        // no change at all
+        {"Australia/Sydney", kNov2026, "39600 36000 1806768000"},         // southern summer ends 2027-04-03
+        {"America/New_York", kNov2026, "-18000 -14400 1805007600"},       // west of Greenwich
         {"Europe/Madrid", kMadridSpring2027 - 1, "3600 7200 1806195600"}, // the last second before
         {"Europe/Madrid", kMadridSpring2027, "7200 3600 1824944400"},     // the change itself: next is October
         {"Europe/Dublin", kMadridSpring2027, "3600 0 1824944400"},        // winter is its negative DST
@@ -65,7 +62,6 @@ TEST(TimeZone, RefusesUnknownZonesPathTricksAndBrokenFilesAndHonoursTzdir)
         {"Europe/Madird", "unknown time zone \"Europe/Madird\" (not in /usr/share/zoneinfo)"},
         {"Europe", "unknown time zone \"Europe\""},
         {"../../etc/passwd", "\"../../etc/passwd\" is not a time zone name"},
-        {"/etc/localtime", "is not a time zone name"},
         {"zone.tab", "is not a time zone name"},
         {"right/Europe/Madrid", "is not a usable zone file"}, // leap seconds
     };
@@ -106,9 +102,8 @@ json headend()
       "time_offsets": { "entries": [ { "zone": "Europe/Madrid" }, { "zone": "Atlantic/Canary" } ] },
       "outputs": [
         { "type": "cable", "tsid": 1, "onid": 1, "frequency_khz": 474000, "symbol_rate_ksym": 6900,
-          "modulation": "64QAM",
-          "services": [ { "sid": 11, "lcn": 1, "type": "tv", "name": "Uno" },
-                        { "sid": 12, "lcn": 2, "type": "tv", "name": "Dos" } ] },
+          "modulation": "64QAM", "services": [ { "sid": 11, "lcn": 1, "type": "tv", "name": "Uno" },
+                                               { "sid": 12, "lcn": 2, "type": "tv", "name": "Dos" } ] },
         { "type": "terrestrial", "tsid": 2, "onid": 1, "frequency_khz": 698000, "bandwidth_mhz": 8,
           "modulation": "64QAM", "code_rate": "2/3", "guard_interval": "1/4", "transmission_mode": "8k",
           "services": [ { "sid": 21, "lcn": 3, "type": "tv", "name": "Tres Norte" } ] } ]
@@ -120,23 +115,23 @@ TEST(HeadendChecks, EachFaultIsRefusedWithOneLineAndTheRightCasesPass)
     const std::string long_name(246, 'x');
     const struct {
         std::vector<std::pair<const char*, json>> set; // JSON pointer, value
-        const char* error;                              // "" when the description is accepted
+        const char* error;                             // "" when the description is accepted
     } rows[] = {
-        {{}, ""},
         // Channel plan.
         {{{"/outputs/1/frequency_khz", 474100}},
          "outputs[1].frequency_khz: 474100 kHz is not a channel centre of ESP; nearest is channel 21 at 474000 kHz"},
         {{{"/outputs/1/frequency_khz", 474100}, {"/outputs/1/off_plan", true}},
-         "outputs[1].frequency_khz: 474100 kHz (470100-478100 kHz) overlaps outputs[0] at 474000 kHz (470000-478000 kHz)"},
+         "474100 kHz (470100-478100 kHz) overlaps outputs[0] at 474000 kHz (470000-478000 kHz)"},
         {{{"/outputs/1/frequency_khz", 482100}, {"/outputs/1/off_plan", true}}, ""},
         {{{"/outputs/1/frequency_khz", 474000}}, "outputs[1].frequency_khz: 474000 kHz (470000-478000 kHz) overlaps"},
         {{{"/country", "GBR"}, {"/outputs/1/frequency_khz", 697834}}, ""}, // 166 kHz below channel 49
         {{{"/country", "GBR"}, {"/outputs/1/frequency_khz", 698167}}, ""},
         {{{"/country", "GBR"}, {"/outputs/1/frequency_khz", 698200}},
-         "698200 kHz is not a channel centre of GBR nor a usual offset from one (±166, ±167 kHz); nearest is channel 49"},
+         "not a channel centre of GBR nor a usual offset from one (±166, ±167 kHz); nearest is channel 49"},
         {{{"/country", "AUS"}, {"/outputs/0/frequency_khz", 529625}, {"/outputs/1/frequency_khz", 599500}},
          ""}, // +125 kHz on Australian channel 28, channel 38 itself
-        {{{"/country", "DEU"}}, "outputs[0].frequency_khz: no channel plan for DEU; say \"off_plan\": true to use 474000 kHz"},
+        {{{"/country", "DEU"}},
+         "outputs[0].frequency_khz: no channel plan for DEU; say \"off_plan\": true to use 474000 kHz"},
         // Channel numbers.
         {{{"/outputs/1/services/0/lcn", 2}},
          "outputs[1].services[0].lcn: LCN 2 of \"Tres Norte\" is already that of \"Dos\" (outputs[0].services[1])"},
@@ -174,22 +169,13 @@ TEST(HeadendChecks, EachFaultIsRefusedWithOneLineAndTheRightCasesPass)
     }
 }
 
-TEST(HeadendChecks, ZoneEntriesGiveTheTotTheOffsetsOfItsTime)
+std::map<std::string, std::vector<char>> files_under(const fs::path& root)
 {
-    const tavel_si::HeadendConfig cfg = tavel_si::parse_config(headend().dump(), ".");
-    EXPECT_EQ(tavel_si::tot_offsets_at(cfg, kNov2026),
-              (std::vector<std::string>{"3600 7200 1806195600", "0 3600 1806195600"}));
-}
-
-std::map<std::string, std::string> files_under(const fs::path& root)
-{
-    std::map<std::string, std::string> files;
+    std::map<std::string, std::vector<char>> files;
     if (fs::exists(root))
         for (const auto& e : fs::recursive_directory_iterator(root))
-            if (e.is_regular_file()) {
-                std::ifstream in(e.path(), std::ios::binary);
-                files[e.path().string()] = std::string(std::istreambuf_iterator<char>(in), {});
-            }
+            if (e.is_regular_file())
+                tavel::read_char_vector_from_file(e.path().string(), files[e.path().string()]);
     return files;
 }
 
@@ -202,8 +188,9 @@ TEST(HeadendChecks, DryRunSaysWhatWouldChangeAndWritesNothing)
     std::ostringstream out, err;
     EXPECT_TRUE(tavel_si::publish(tavel_si::parse_config(description.dump(), "."), kNov2026, out, err, true).ok);
     EXPECT_FALSE(fs::exists(root)) << "nothing is created";
-    EXPECT_NE(out.str().find("NIT  network 1: would publish version 0 (new), 1 section"), std::string::npos) << out.str();
-    EXPECT_NE(out.str().find("offset \"3600 7200 1806195600\""), std::string::npos) << out.str();
+    EXPECT_NE(out.str().find("NIT  network 1: would publish version 0 (new), 1 section"), std::string::npos);
+    // Zone entries resolved at the TOT's time.
+    EXPECT_NE(out.str().find("offset \"3600 7200 1806195600\"\n     offset \"0 3600 1806195600\""), std::string::npos);
 
     ASSERT_TRUE(tavel_si::publish(tavel_si::parse_config(description.dump(), "."), kNov2026, out, err).ok);
     const auto published = files_under(root);

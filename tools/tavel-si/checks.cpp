@@ -119,9 +119,10 @@ void check_outputs_on_plan(const std::string& country, const std::vector<OutputO
             }
             if (!found) {
                 const ChannelNear near = nearest_channel(*plan, f);
-                fail(field, khz(f) + " is not a channel centre of " + country +
-                                (offsets.empty() ? "" : " nor a usual offset from one (" + describe_offsets(offsets) + ")") +
-                                "; nearest is channel " + near.name + " at " + khz(near.centre_khz));
+                fail(field,
+                     khz(f) + " is not a channel centre of " + country +
+                         (offsets.empty() ? "" : " nor a usual offset from one (" + describe_offsets(offsets) + ")") +
+                         "; nearest is channel " + near.name + " at " + khz(near.centre_khz));
             }
         }
         for (size_t k = 0; k < occupied.size(); ++k) {
@@ -166,10 +167,9 @@ void check_names_fit(const std::string& field, const std::string& name, const st
     const size_t fixed = 5;
     const size_t sent_provider = sizeof tavel::constants::kMakerLabel - 1;
     if (fixed + sent_provider + name.size() > 255)
-        fail(field + ".name", std::to_string(name.size()) + " bytes in UTF-8, at most " +
-                                  std::to_string(255 - fixed - sent_provider) +
-                                  " fit a service descriptor beside the provider \"" + tavel::constants::kMakerLabel +
-                                  "\"");
+        fail(field + ".name",
+             std::to_string(name.size()) + " bytes in UTF-8, at most " + std::to_string(255 - fixed - sent_provider) +
+                 " fit a service descriptor beside the provider \"" + tavel::constants::kMakerLabel + "\"");
     if (fixed + provider.size() + name.size() > 255)
         fail(field + ".provider", std::to_string(provider.size()) + " bytes in UTF-8, with the " +
                                       std::to_string(name.size()) + "-byte name a service descriptor of " +

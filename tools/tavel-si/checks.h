@@ -18,7 +18,7 @@ namespace tavel_si {
 
 // An RF output as the plan check sees it.
 struct OutputOnAir {
-    std::string field;     // "outputs[2]"
+    std::string field; // "outputs[2]"
     uint32_t frequency_khz = 0;
     uint32_t width_khz = 0; // occupied width when off the plan
     bool off_plan = false;

@@ -52,7 +52,7 @@ unsigned days_in_month(int64_t y, int m)
 
 // Reads the POSIX TZ string left to right; every step fails softly.
 class FooterReader {
-public:
+  public:
     explicit FooterReader(const std::string& s) : s_(s) {}
     bool done() const { return i_ >= s_.size(); }
     bool eat(char c)
@@ -105,7 +105,7 @@ public:
         return true;
     }
 
-private:
+  private:
     const std::string& s_;
     size_t i_ = 0;
 };

@@ -22,7 +22,7 @@ struct ZoneOffsets {
 std::string tot_offset_string(const ZoneOffsets& z);
 
 class TimeZone {
-public:
+  public:
     // Loads a zone by name ("Europe/Madrid"). On failure returns false and
     // sets why to one phrase ("unknown time zone \"Europe/Madird\"").
     static bool load(const std::string& name, TimeZone& zone, std::string& why);
@@ -32,7 +32,7 @@ public:
     const std::string& name() const { return name_; }
     ZoneOffsets offsets_at(int64_t unix_time) const;
 
-private:
+  private:
     // One daylight-saving rule of the POSIX TZ footer (Mm.w.d, Jn or n).
     struct RuleDate {
         char kind = 'M'; // 'M', 'J' or 'D' (zero-based day of year)
@@ -49,9 +49,9 @@ private:
     std::vector<Transition> footer_transitions(int64_t from_year, int64_t to_year) const;
 
     std::string name_;
-    std::vector<Transition> table_;     // from the file, ascending
-    int32_t first_offset_ = 0;          // before the first transition
-    bool has_footer_ = false;           // the footer rules times after the table
+    std::vector<Transition> table_; // from the file, ascending
+    int32_t first_offset_ = 0;      // before the first transition
+    bool has_footer_ = false;       // the footer rules times after the table
     int32_t std_offset_ = 0, dst_offset_ = 0;
     bool has_dst_ = false;
     RuleDate dst_start_, dst_end_;

@@ -30,9 +30,10 @@ bool parse_utc(const std::string& text, int64_t& unix_time)
 {
     tm parts{};
     char zulu = 0, tail = 0;
-    if (text.size() != 20 || std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%c%c", &parts.tm_year, &parts.tm_mon,
-                                         &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &zulu,
-                                         &tail) != 7 || zulu != 'Z')
+    if (text.size() != 20 ||
+        std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%c%c", &parts.tm_year, &parts.tm_mon, &parts.tm_mday,
+                    &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &zulu, &tail) != 7 ||
+        zulu != 'Z')
         return false;
     const tm given = parts;
     parts.tm_year -= 1900;
