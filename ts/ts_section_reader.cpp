@@ -354,7 +354,8 @@ bool TsSectionReader::feed_file(const std::string& path)
         s.buf.resize(kChunk + kCarry);
     bool ok = true;
     for (;;) {
-        const size_t n = std::fread(s.buf.data() + s.fill, 1, s.buf.size() - s.fill, f);
+        // Whole chunks keep the reads on page boundaries of the file.
+        const size_t n = std::fread(s.buf.data() + s.fill, 1, std::min(kChunk, s.buf.size() - s.fill), f);
         if (n == 0) {
             ok = !std::ferror(f);
             break;
