@@ -50,16 +50,22 @@ size_t ts_packet_size(const char* data, size_t size)
     const std::vector<char> head(data, data + (size < 8 * 204 ? size : 8 * 204));
     const bytes::Reader r(head);
     for (size_t stride : kStrides) {
-        // M2TS puts its 4-byte prefix before the sync byte.
-        const size_t first = stride == 192 ? 4 : 0;
-        size_t syncs = 0;
-        bool broken = false;
-        for (size_t at = first; r.has(at, 1) && !broken; at += stride) {
-            broken = r.u8(at) != kSync;
-            syncs += broken ? 0 : 1;
+        // A capture may begin inside a packet; M2TS puts its 4-byte prefix
+        // before the sync byte. Off those starts, ask for sync all through
+        // the head, so that a table file with a regular run of 0x47 bytes
+        // (a list of service ids 0x47xx) is not taken for a stream.
+        const size_t natural = stride == 192 ? 4 : 0;
+        for (size_t first = 0; first < stride && r.has(first, 1); ++first) {
+            size_t syncs = 0;
+            bool broken = false;
+            for (size_t at = first; r.has(at, 1) && !broken; at += stride) {
+                broken = r.u8(at) != kSync;
+                syncs += broken ? 0 : 1;
+            }
+            const size_t wanted = first == natural ? 2 : head.size() == 8 * 204 ? 7 : head.size() + 1;
+            if (!broken && (syncs >= wanted || (first == natural && syncs == 1 && size == stride)))
+                return stride;
         }
-        if (!broken && (syncs >= 2 || (syncs == 1 && size == stride)))
-            return stride;
     }
     return 0;
 }
