@@ -71,6 +71,8 @@ std::vector<TsProgram> ts_programs_of_sdt(const std::vector<std::vector<char>>& 
             transport_stream_id = r.u16(3);
             have_tsid = true;
         }
+        if (r.u16(3) != transport_stream_id) // one stream has one SDT actual
+            continue;
         const size_t whole = std::min(r.size(), size_t{3} + r.u12(1));
         if (whole < 15)
             continue;

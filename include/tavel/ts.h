@@ -107,7 +107,8 @@ TAVEL_API std::vector<char> ts_pat_section(uint16_t transport_stream_id, const s
 TAVEL_API std::vector<char> ts_pmt_section(uint16_t program_number, uint16_t pcr_pid, uint8_t version = 0);
 // The services of SDT actual sections (table_id 0x42) as programs, PMT PIDs
 // from first_pmt_pid up in order of appearance; transport_stream_id is set
-// from the first such section. Other sections are ignored.
+// from the first such section. Other sections, and SDT actual sections of
+// other transport streams, are ignored.
 TAVEL_API std::vector<TsProgram> ts_programs_of_sdt(const std::vector<std::vector<char>>& sections,
                                                     uint16_t first_pmt_pid, uint16_t& transport_stream_id);
 
