@@ -22,6 +22,16 @@ int run_tot(const std::vector<std::string>& zones, const std::string& at, std::o
 // The built-in sample headend published under root, then dumped.
 int run_demo(const std::string& root, std::ostream& out, std::ostream& err);
 
+// What changed from the tables in old_path to those in new_path (table
+// files or captures): 0 same, 1 different, 2 bad input.
+int run_diff(const std::string& old_path, const std::string& new_path, bool as_json, std::ostream& out,
+             std::ostream& err);
+
+// The capture's tables against those published under root (NIT, each SDT,
+// TOT): 0 all on air and on time, 1 otherwise, 2 bad input.
+int run_verify(const std::string& capture_path, const std::string& root, bool as_json, std::ostream& out,
+               std::ostream& err);
+
 // Exposed for the tests' benefit: the demo's description and its pattern tables.
 std::string demo_config_json();
 std::vector<char> demo_pattern_nit();

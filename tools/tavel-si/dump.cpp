@@ -6,40 +6,17 @@
 #include <ctime>
 #include <memory>
 
-#include <tavel/code_conversions.h>
 #include <tavel/coding.h>
-#include <tavel/delivery_descriptors.h>
-#include <tavel/descriptor.h>
-#include <tavel/dvb_text.h>
-#include <tavel/network_descriptors.h>
-#include <tavel/service_descriptors.h>
+
+#include "decode/descriptor_decoder.h"
+#include "dvb/byte_io.h"
 
 namespace tavel_si {
 namespace {
 
 using json = nlohmann::ordered_json;
 
-// Bounds-checked big-endian reads over one section.
-class Bytes {
-public:
-    explicit Bytes(const std::vector<char>& b) : b_(b) {}
-    size_t size() const { return b_.size(); }
-    bool has(size_t pos, size_t n) const { return pos <= b_.size() && n <= b_.size() - pos; }
-    unsigned u8(size_t pos) const { return pos < b_.size() ? static_cast<uint8_t>(b_[pos]) : 0u; }
-    unsigned u16(size_t pos) const { return (u8(pos) << 8) | u8(pos + 1); }
-    unsigned u12(size_t pos) const { return u16(pos) & 0x0FFF; }
-    uint32_t u32(size_t pos) const { return (uint32_t(u16(pos)) << 16) | u16(pos + 2); }
-    uint64_t u40(size_t pos) const { return (uint64_t(u8(pos)) << 32) | u32(pos + 1); }
-    std::vector<char> slice(size_t pos, size_t n) const
-    {
-        if (!has(pos, n))
-            return {};
-        return std::vector<char>(b_.begin() + static_cast<long>(pos), b_.begin() + static_cast<long>(pos + n));
-    }
-
-private:
-    const std::vector<char>& b_;
-};
+using Bytes = tavel::bytes::Reader;
 
 std::string hex(const std::vector<char>& bytes)
 {
@@ -82,129 +59,35 @@ std::string bcd_clock(unsigned long bcd, int fields)
     return buf;
 }
 
-const char* cable_modulation(unsigned code)
-{
-    static const char* names[] = {"not defined", "16QAM", "32QAM", "64QAM", "128QAM", "256QAM"};
-    return code < 6 ? names[code] : "reserved";
-}
-
-const char* descriptor_name(unsigned tag)
-{
-    switch (tag) {
-    case 0x40: return "network_name";
-    case 0x41: return "service_list";
-    case 0x42: return "stuffing";
-    case 0x43: return "satellite_delivery_system";
-    case 0x44: return "cable_delivery_system";
-    case 0x48: return "service";
-    case 0x4A: return "linkage";
-    case 0x4D: return "short_event";
-    case 0x58: return "local_time_offset";
-    case 0x5A: return "terrestrial_delivery_system";
-    case 0x5F: return "private_data_specifier";
-    case 0x62: return "frequency_list";
-    case 0x83: return "logical_channel";
-    case 0x87: return "logical_channel_v2";
-    default: return "unknown";
-    }
-}
-
-// The fields of a parsed descriptor, through its class.
-void describe(const std::shared_ptr<tavel::Descriptor>& d, json& j)
-{
-    tavel::Descriptor* p = d.get();
-    if (auto* c = dynamic_cast<tavel::DescriptorCableDeliverySystem*>(p)) {
-        j["frequency_khz"] = c->frequency;
-        j["symbol_rate_ksym"] = c->symbol_rate;
-        j["modulation"] = c->modulation;
-        j["modulation_name"] = cable_modulation(c->modulation);
-        j["fec_outer"] = c->FEC_outer;
-        j["fec_inner"] = c->FEC_inner;
-    } else if (auto* s = dynamic_cast<tavel::DescriptorSatelliteDeliverySystem*>(p)) {
-        j["frequency_mhz"] = s->frequency;
-        j["orbital_position"] = tavel::getOrbitafromNITdata(s->orbital_position, s->west_east_flag);
-        j["polarization"] = s->polarization;
-        j["roll_off"] = s->roll_off;
-        j["modulation_system"] = s->modulation_system;
-        j["modulation_type"] = s->modulation_type;
-        j["symbol_rate_ksym"] = s->symbol_rate;
-        j["fec_inner"] = s->FEC_inner;
-    } else if (auto* t = dynamic_cast<tavel::DescriptorTerrestrialDeliverySystem*>(p)) {
-        j["frequency_khz"] = t->frequency;
-        j["bandwidth_mhz"] = tavel::getAncho_BandaOut_MHZ(t->bandwidth);
-        j["priority"] = t->priority;
-        j["constellation"] = t->constellation;
-        j["hierarchy"] = t->hierarchy_information;
-        j["code_rate_hp"] = t->code_rate_HP_stream;
-        j["code_rate_lp"] = t->code_rate_LP_stream;
-        j["other_frequency_flag"] = t->other_frequency_flag;
-    } else if (auto* sv = dynamic_cast<tavel::DescriptorService*>(p)) {
-        j["service_type"] = sv->service_type;
-        j["provider_name"] = sv->provider_name;
-        j["service_name"] = sv->service_name;
-    } else if (auto* sl = dynamic_cast<tavel::DescriptorServiceList*>(p)) {
-        json list = json::array();
-        for (const auto& e : sl->services)
-            list.push_back({{"service_id", e.service_id}, {"service_type", e.service_type}});
-        j["services"] = list;
-    } else if (auto* l = dynamic_cast<tavel::DescriptorLCN*>(p)) {
-        j["mode"] = l->lcn_mode;
-        json list = json::array();
-        for (const auto& e : l->services)
-            list.push_back({{"service_id", e.service_id},
-                            {"visible", e.visible_service_flag != 0},
-                            {"lcn", e.logical_channel_number}});
-        j["channels"] = list;
-    } else if (auto* n = dynamic_cast<tavel::DescriptorNetworkName*>(p)) {
-        j["network_name"] = tavel::DVB_text_decode(n->name);
-    } else if (auto* k = dynamic_cast<tavel::DescriptorLinkage*>(p)) {
-        j["transport_stream_id"] = k->transport_stream_id;
-        j["original_network_id"] = k->original_network_id;
-        j["service_id"] = k->service_id;
-        j["linkage_type"] = k->linkage_type;
-        if (!k->private_data_bytes.empty())
-            j["private_data"] = hex(k->private_data_bytes);
-    } else if (auto* pds = dynamic_cast<tavel::DescriptorPrivateDataSpecifier*>(p)) {
-        j["private_data_specifier"] = hex_value(pds->private_data_specifier, 8);
-    } else if (auto* lto = dynamic_cast<tavel::DescriptorLocalTimeOffset*>(p)) {
-        json list = json::array();
-        for (const auto& e : lto->offsets)
-            list.push_back({{"country", e.country_code},
-                            {"region", e.country_region_id},
-                            {"offset", std::string(e.local_time_offset_polarity ? "-" : "+") +
-                                           bcd_clock(e.local_time_offset, 2)},
-                            {"time_of_change", utc_text(e.time_of_change)},
-                            {"next_offset", std::string(e.local_time_offset_polarity ? "-" : "+") +
-                                                bcd_clock(e.next_time_offset, 2)}});
-        j["offsets"] = list;
-    } else {
-        j["hex"] = hex(d->data);
-    }
-}
-
-// A descriptor loop of len bytes at pos.
-json descriptors(const Bytes& b, size_t pos, size_t len)
+// A descriptor loop of len bytes at pos, each descriptor decoded from its
+// bytes (the library's own reading noted where it differs).
+json descriptors(const Bytes& b, size_t pos, size_t len, const DumpOptions& options)
 {
     json list = json::array();
+    decode::DecodeContext ctx;
+    ctx.default_charset = options.charset;
     const size_t end = pos + len;
     while (pos + 2 <= end) {
         const unsigned tag = b.u8(pos);
         const unsigned length = b.u8(pos + 1);
+        const decode::DescriptorDecoder* decoder = decode::find_descriptor_decoder(tag);
         json j;
         j["tag"] = tag;
-        j["descriptor"] = descriptor_name(tag);
+        j["descriptor"] = decoder ? decoder->name : "unknown";
         j["length"] = length;
         if (pos + 2 + length > end || !b.has(pos + 2, length)) {
             j["error"] = "runs past its loop";
             list.push_back(j);
             return list;
         }
-        auto d = tavel::Descriptor::getPtrDescriptorType(static_cast<unsigned short>(tag));
-        d->descriptor_tag = static_cast<unsigned char>(tag);
-        d->descriptor_length = static_cast<unsigned char>(length);
-        d->data = b.slice(pos + 2, length);
-        d->procesarDatos();
-        describe(d, j);
+        const std::vector<char> payload = b.slice(pos + 2, length);
+        if (decoder)
+            decoder->decode(decode::Payload(payload), ctx, j);
+        else
+            j["hex"] = hex(payload);
+        // A private data specifier holds for the rest of its loop.
+        if (tag == 0x5F && length >= 4)
+            ctx.private_data_specifier = decode::Payload(payload).u32(0);
         list.push_back(j);
         pos += 2 + length;
     }
@@ -237,12 +120,12 @@ void long_header(const Bytes& b, json& s, const char* extension_name)
 }
 
 // Body of one section; end is the first CRC byte (or the section end).
-void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s)
+void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s, const DumpOptions& options)
 {
     if (table_id == 0x40 || table_id == 0x41) {
         long_header(b, s, "network_id");
         const size_t nd_len = b.u12(8);
-        s["network_descriptors"] = descriptors(b, 10, std::min(nd_len, end > 10 ? end - 10 : 0));
+        s["network_descriptors"] = descriptors(b, 10, std::min(nd_len, end > 10 ? end - 10 : 0), options);
         size_t pos = 10 + nd_len;
         const size_t ts_len = b.u12(pos);
         pos += 2;
@@ -253,7 +136,7 @@ void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s)
             json ts;
             ts["transport_stream_id"] = b.u16(pos);
             ts["original_network_id"] = b.u16(pos + 2);
-            ts["descriptors"] = descriptors(b, pos + 6, std::min(d_len, ts_end - pos - 6));
+            ts["descriptors"] = descriptors(b, pos + 6, std::min(d_len, ts_end - pos - 6), options);
             tss.push_back(ts);
             pos += 6 + d_len;
         }
@@ -271,7 +154,7 @@ void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s)
             sv["eit_present_following"] = b.u8(pos + 2) & 1;
             sv["running_status"] = b.u8(pos + 3) >> 5;
             sv["free_ca_mode"] = (b.u8(pos + 3) >> 4) & 1;
-            sv["descriptors"] = descriptors(b, pos + 5, std::min(d_len, end - pos - 5));
+            sv["descriptors"] = descriptors(b, pos + 5, std::min(d_len, end - pos - 5), options);
             services.push_back(sv);
             pos += 5 + d_len;
         }
@@ -279,7 +162,7 @@ void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s)
     } else if (table_id == 0x70 || table_id == 0x73) {
         s["utc_time"] = utc_text(b.u40(3));
         if (table_id == 0x73)
-            s["descriptors"] = descriptors(b, 10, std::min<size_t>(b.u12(8), end > 10 ? end - 10 : 0));
+            s["descriptors"] = descriptors(b, 10, std::min<size_t>(b.u12(8), end > 10 ? end - 10 : 0), options);
     } else if (table_id >= 0x4E && table_id <= 0x6F) {
         long_header(b, s, "service_id");
         s["transport_stream_id"] = b.u16(8);
@@ -296,7 +179,7 @@ void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s)
             ev["duration"] = bcd_clock((b.u16(pos + 7) << 8) | b.u8(pos + 9), 3);
             ev["running_status"] = b.u8(pos + 10) >> 5;
             ev["free_ca_mode"] = (b.u8(pos + 10) >> 4) & 1;
-            ev["descriptors"] = descriptors(b, pos + 12, std::min(d_len, end - pos - 12));
+            ev["descriptors"] = descriptors(b, pos + 12, std::min(d_len, end - pos - 12), options);
             events.push_back(ev);
             pos += 12 + d_len;
         }
@@ -306,13 +189,13 @@ void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s)
     }
 }
 
-void decode_section_into(const std::vector<char>& section, json& s)
+void decode_section_into(const std::vector<char>& section, json& s, const DumpOptions& options)
 {
     const Bytes b(section);
     const unsigned table_id = b.u8(0);
     const bool has_crc = table_id != 0x70 && section.size() >= 7;
     const size_t body_end = has_crc ? section.size() - 4 : section.size();
-    decode_body(b, table_id, body_end, s);
+    decode_body(b, table_id, body_end, s, options);
     if (has_crc) {
         const uint32_t stored = b.u32(section.size() - 4);
         s["crc32"] = hex_value(stored, 8);
@@ -322,18 +205,18 @@ void decode_section_into(const std::vector<char>& section, json& s)
 
 } // namespace
 
-json decode_section(const std::vector<char>& section)
+json decode_section(const std::vector<char>& section, const DumpOptions& options)
 {
     json s;
     const Bytes b(section);
     s["table_id"] = b.u8(0);
     s["table"] = table_name(b.u8(0));
     s["section_length"] = b.u12(1);
-    decode_section_into(section, s);
+    decode_section_into(section, s, options);
     return s;
 }
 
-json decode_table_file(const std::string& name, const std::vector<char>& bytes)
+json decode_table_file(const std::string& name, const std::vector<char>& bytes, const DumpOptions& options)
 {
     json file;
     file["file"] = name;
@@ -362,7 +245,7 @@ json decode_table_file(const std::string& name, const std::vector<char>& bytes)
             sections.push_back(s);
             break;
         }
-        decode_section_into(all.slice(offset, 3 + length), s);
+        decode_section_into(all.slice(offset, 3 + length), s, options);
         sections.push_back(s);
         offset += 3 + length;
     }
@@ -389,9 +272,12 @@ void print_item(const json& item, const std::string& indent, const std::string& 
     for (auto it = item.begin(); it != item.end(); ++it) {
         if (it->is_array() || it.key() == "tag" || it.key() == "descriptor")
             continue;
-        if (it.key() == "hex" || it.key() == "body" || it.key() == "crc_ok")
+        if (it.key() == "hex" || it.key() == "body" || it.key() == "crc_ok" || it.key() == "library")
             continue;
         line += (first ? "" : " ") + it.key() + "=" + scalar_text(*it);
+        // Where the headend's class reads the bytes otherwise, say so here.
+        if (item.contains("library") && item["library"].contains(it.key()))
+            line += " (library: " + scalar_text(item["library"][it.key()]) + ")";
         first = false;
     }
     if (item.contains("crc_ok"))

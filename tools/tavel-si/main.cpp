@@ -13,6 +13,7 @@
 #include "commands.h"
 #include "config.h"
 #include "capture_dump.h"
+#include "decode/dvb_text_decode.h"
 #include "dump.h"
 #include "publish.h"
 
@@ -41,7 +42,8 @@ int run_generate(const std::string& config_path, const std::string& root, bool d
     return result.ok ? kExitOk : kExitFailed;
 }
 
-int run_dump(const std::vector<std::string>& files, const std::vector<unsigned>& pids, bool as_json)
+int run_dump(const std::vector<std::string>& files, const std::vector<unsigned>& pids, bool as_json,
+             const DumpOptions& options)
 {
     // Every file must be readable before anything is printed.
     std::vector<std::vector<char>> contents(files.size());
@@ -66,7 +68,7 @@ int run_dump(const std::vector<std::string>& files, const std::vector<unsigned>&
     doc["files"] = nlohmann::ordered_json::array();
     for (size_t i = 0; i < files.size(); ++i) {
         const bool capture = !captures[i].is_null();
-        nlohmann::ordered_json file = capture ? captures[i] : decode_table_file(files[i], contents[i]);
+        nlohmann::ordered_json file = capture ? captures[i] : decode_table_file(files[i], contents[i], options);
         if (as_json) {
             doc["files"].push_back(file);
         } else {
@@ -118,6 +120,30 @@ int main(int argc, char** argv)
     dump->add_option("--pid", dump_pids,
                      "For a transport stream FILE: also read this PID (0x0010, 0x0011, 0x0012, 0x0014 always)")
         ->check(CLI::Range(0u, 0x1FFFu));
+    DumpOptions dump_options;
+    dump->add_option("--charset", dump_options.charset,
+                     "Character table of text without a selector byte (any iconv name, e.g. ISO6937)")
+        ->capture_default_str()
+        ->check(CLI::Validator(
+            [](std::string& name) {
+                return decode::charset_supported(name) ? std::string() : "unknown character table " + name;
+            },
+            "NAME"));
+
+    std::string diff_old, diff_new;
+    CLI::App* diff = app.add_subcommand(
+        "diff", "What changed between two table files or captures (exit 0 same, 1 different, 2 bad input).");
+    diff->add_option("OLD", diff_old, "Table file or capture before")->required();
+    diff->add_option("NEW", diff_new, "Table file or capture after")->required();
+    diff->add_flag("--json", as_json, "One JSON document instead of text");
+
+    std::string verify_capture, verify_root;
+    CLI::App* verify = app.add_subcommand(
+        "verify", "Compare what is on air (a capture) with the tables published under --root (exit 0 all on air "
+                  "and on time, 1 otherwise, 2 bad input).");
+    verify->add_option("CAPTURE", verify_capture, "Transport stream capture")->required();
+    verify->add_option("--root", verify_root, "File-system root of the published tables")->required();
+    verify->add_flag("--json", as_json, "One JSON document instead of text");
 
     CLI::App* channels = app.add_subcommand("channels", "List the RF channel plan of a country.");
     channels->add_option("COUNTRY", country, "ISO 3166 alpha-2 or alpha-3 code (ES, ESP, ...)")->required();
@@ -157,7 +183,11 @@ int main(int argc, char** argv)
     if (*ts)
         return run_ts(ts_options, std::cout, std::cerr);
     if (*dump)
-        return run_dump(files, dump_pids, as_json);
+        return run_dump(files, dump_pids, as_json, dump_options);
+    if (*verify)
+        return run_verify(verify_capture, verify_root, as_json, std::cout, std::cerr);
+    if (*diff)
+        return run_diff(diff_old, diff_new, as_json, std::cout, std::cerr);
     if (*tot)
         return run_tot(zones, at, std::cout, std::cerr);
     return run_channels(country, frequency_khz, std::cout, std::cerr);
