@@ -308,7 +308,8 @@ struct TsSectionReader::State {
             pos = fill;
         }
         // Keep the unread tail at the front for the next bytes.
-        std::memmove(buf.data(), buf.data() + pos, fill - pos);
+        if (fill > pos)
+            std::memmove(buf.data(), buf.data() + pos, fill - pos);
         fill -= pos;
         begin = 0;
     }
