@@ -58,7 +58,8 @@ void decode_v2(const Payload& p, const DecodeContext& ctx, json& out)
             lists.push_back(list);
             break;
         }
-        list["country"] = std::string(p.slice(country, 3).begin(), p.slice(country, 3).end());
+        const std::vector<char> code = p.slice(country, 3);
+        list["country"] = std::string(code.begin(), code.end());
         const size_t loop_end = country + 4 + p.u8(country + 3);
         list["channels"] = entries(p, country + 4, loop_end, false);
         lists.push_back(list);

@@ -1,0 +1,261 @@
+// The tool's EN 300 468 decoders against bytes written by hand from the
+// standard's tables, and against libdvbpsi where it decodes the same.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include <dvbpsi/dvbpsi.h>
+#include <dvbpsi/descriptor.h>
+#include <dvbpsi/dr_50.h>
+#include <dvbpsi/dr_55.h>
+#include <dvbpsi/dr_5a.h>
+#include <dvbpsi/dr_62.h>
+
+#include "decode/descriptor_decoder.h"
+#include "decode/dvb_text_decode.h"
+
+namespace {
+
+using tavel_si::decode::json;
+
+std::vector<char> bytes(std::initializer_list<int> values)
+{
+    std::vector<char> b;
+    for (int v : values)
+        b.push_back(static_cast<char>(v));
+    return b;
+}
+
+json decode(unsigned tag, const std::vector<char>& payload, uint32_t specifier = 0)
+{
+    tavel_si::decode::DecodeContext ctx;
+    ctx.private_data_specifier = specifier;
+    json out;
+    tavel_si::decode::find_descriptor_decoder(tag)->decode(tavel_si::decode::Payload(payload), ctx, out);
+    return out;
+}
+
+struct TextCase {
+    std::vector<char> field;
+    const char* charset; // of text without a selector
+    const char* text;
+    bool undecodable;
+};
+
+TEST(DvbTextDecode, EverySelectorOfAnnexAAndTheControlCodes)
+{
+    const TextCase cases[] = {
+        {bytes({'C', 'a', 'f', 0xE9}), "ISO-8859-1", "Café", false}, // no selector: the headend's default
+        {bytes({0xC2, 'e', 't', 0xC2, 'e'}), "ISO6937", "été", false}, // non-spacing diacritics
+        {bytes({0x01, 0xB0}), "", "А", false},                       // ISO-8859-5 Cyrillic
+        {bytes({0x02, 0xC7}), "", "ا", false},                       // -6 Arabic
+        {bytes({0x03, 0xC1}), "", "Α", false},                       // -7 Greek
+        {bytes({0x04, 0xE0}), "", "א", false},                       // -8 Hebrew
+        {bytes({0x05, 0xDD}), "", "İ", false},                       // -9 Latin 5
+        {bytes({0x06, 0xA1}), "", "Ą", false},                       // -10 Latin 6
+        {bytes({0x07, 0xA1}), "", "ก", false},                       // -11 Thai
+        {bytes({0x08, 'A'}), "", "\\x41", true},                     // reserved
+        {bytes({0x09, 0xC0}), "", "Ą", false},                       // -13 Latin 7
+        {bytes({0x0A, 0xA1}), "", "Ḃ", false},                       // -14 Celtic
+        {bytes({0x0B, 0xA4}), "", "€", false},                       // -15 Latin 9
+        {bytes({0x10, 0x00, 0x02, 0xA1}), "", "Ą", false},           // 0x10: ISO-8859-2 by table id
+        {bytes({0x10, 0x00, 0x0C, 'A'}), "", "\\x41", true},         // 0x10 with a reserved table id
+        {bytes({0x11, 0x00, 'A', 0x04, 0x10}), "", "AА", false},     // UCS-2 big-endian
+        {bytes({0x12, 0xB0, 0xA1}), "", "가", false},                // KS X 1001 (EUC-KR)
+        {bytes({0x13, 0xB0, 0xA1}), "", "啊", false},                // GB2312
+        {bytes({0x14, 0xA4, 0x40}), "", "一", false},                // Big5
+        {bytes({0x15, 0xC3, 0xA9}), "", "é", false},                 // UTF-8
+        {bytes({0x1F, 0x01, 0x9A}), "", "\\x9A", true},              // encoding_type_id: not decodable here
+        {bytes({'A', 0x86, 'B', 0x87, 0x8A, 'C'}), "ISO-8859-1", "A<em>B</em><br>C", false},
+        {bytes({0x11, 0x00, 'A', 0xE0, 0x8A, 0x00, 'B'}), "", "A<br>B", false},
+        {bytes({0x15, 'A', 0xEE, 0x82, 0x86, 'B'}), "", "A<em>B", false},
+        {bytes({0x15, 'A', 0xFF, 'B'}), "", "A\\xFFB", true},       // not UTF-8
+        {bytes({0x03, 0xAE, 'A', 0x01}), "", "\\xAEA\\x01", true},   // unassigned in -7; C0 byte
+    };
+    for (const TextCase& c : cases) {
+        const auto t = tavel_si::decode::decode_dvb_text(c.field, c.charset);
+        EXPECT_EQ(t.text, c.text) << tavel_si::decode::hex_bytes(c.field);
+        EXPECT_EQ(t.undecodable, c.undecodable) << tavel_si::decode::hex_bytes(c.field);
+    }
+}
+
+// One field of a delivery descriptor: where its code sits and the name of
+// every code value.
+struct CodeField {
+    unsigned tag;
+    const char* key;
+    size_t byte;
+    unsigned shift;
+    std::vector<const char*> names;
+};
+
+TEST(DeliveryDescriptors, EveryCodeValueByName)
+{
+    const CodeField fields[] = {
+        {0x5A, "bandwidth", 4, 5, {"8 MHz", "7 MHz", "6 MHz", "5 MHz", "reserved", "reserved", "reserved", "reserved"}},
+        {0x5A, "priority", 4, 4, {"LP", "HP (or non-hierarchical)"}},
+        {0x5A, "time_slicing", 4, 3, {"used", "not used"}},
+        {0x5A, "mpe_fec", 4, 2, {"used", "not used"}},
+        {0x5A, "constellation", 5, 6, {"QPSK", "16-QAM", "64-QAM", "reserved"}},
+        {0x5A, "hierarchy", 5, 3,
+         {"non-hierarchical, native interleaver", "alpha=1, native interleaver", "alpha=2, native interleaver",
+          "alpha=4, native interleaver", "non-hierarchical, in-depth interleaver", "alpha=1, in-depth interleaver",
+          "alpha=2, in-depth interleaver", "alpha=4, in-depth interleaver"}},
+        {0x5A, "code_rate_hp", 5, 0, {"1/2", "2/3", "3/4", "5/6", "7/8", "reserved", "reserved", "reserved"}},
+        {0x5A, "code_rate_lp", 6, 5, {"1/2", "2/3", "3/4", "5/6", "7/8", "reserved", "reserved", "reserved"}},
+        {0x5A, "guard_interval", 6, 3, {"1/32", "1/16", "1/8", "1/4"}},
+        {0x5A, "transmission_mode", 6, 1, {"2k", "8k", "4k", "reserved"}},
+        {0x5A, "other_frequency", 6, 0, {"none", "in use"}},
+        {0x44, "fec_outer", 5, 0, {"not defined", "no outer FEC", "RS(204/188)", "reserved"}},
+        {0x44, "modulation", 6, 0, {"not defined", "16-QAM", "32-QAM", "64-QAM", "128-QAM", "256-QAM", "reserved"}},
+        {0x44, "fec_inner", 10, 0,
+         {"not defined", "1/2", "2/3", "3/4", "5/6", "7/8", "8/9", "3/5", "4/5", "9/10", "reserved", "reserved",
+          "reserved", "reserved", "reserved", "no convolutional coding"}},
+        {0x43, "polarisation", 6, 5, {"H", "V", "L", "R"}},
+        {0x43, "modulation_type", 6, 0, {"auto", "QPSK", "8PSK", "16-QAM"}},
+        {0x43, "modulation_system", 6, 2, {"DVB-S", "DVB-S2"}},
+    };
+    for (const CodeField& f : fields)
+        for (unsigned code = 0; code < f.names.size(); ++code) {
+            std::vector<char> payload(11, 0);
+            payload[f.byte] = static_cast<char>(code << f.shift);
+            EXPECT_EQ(decode(f.tag, payload)[f.key], f.names[code]) << f.key << " code " << code;
+        }
+    // DVB-S2 roll-off, with the modulation_system bit set.
+    const char* roll_offs[] = {"0.35", "0.25", "0.20", "reserved"};
+    for (unsigned code = 0; code < 4; ++code)
+        EXPECT_EQ(decode(0x43, bytes({0, 0, 0, 0, 0, 0, int(code << 3 | 0x04), 0, 0, 0, 0}))["roll_off"],
+                  roll_offs[code]);
+}
+
+TEST(DeliveryDescriptors, NumbersNotSignalledAndTheLibrarysReadingBeside)
+{
+    // 474 MHz, 8 MHz, 64-QAM, non-hierarchical, LP 3/4, 1/8, 8k: the issue's bytes.
+    const json t = decode(0x5A, bytes({0x02, 0xD3, 0x44, 0x40, 0x1F, 0x85, 0x52, 0xFF, 0xFF, 0xFF, 0xFF}));
+    EXPECT_EQ(t["frequency_khz"], 474000);
+    EXPECT_EQ(t["hierarchy"], "non-hierarchical, native interleaver");
+    EXPECT_EQ(t["library"]["hierarchy"], "alpha=1, native interleaver");
+    EXPECT_EQ(t["code_rate_lp"], "3/4");
+    EXPECT_EQ(t["library"]["code_rate_lp"], "2/3");
+    EXPECT_EQ(t["guard_interval"], "1/8");
+    EXPECT_EQ(t["transmission_mode"], "8k");
+    EXPECT_FALSE(t["library"].contains("frequency_khz"));
+    EXPECT_EQ(decode(0x5A, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0}))["frequency_khz"], "not signalled");
+
+    // Cable 474.0005 MHz, 6.9001 Msymbol/s, 64-QAM.
+    const json c = decode(0x44, bytes({0x04, 0x74, 0x00, 0x05, 0xFF, 0xF2, 0x03, 0x00, 0x69, 0x00, 0x1F}));
+    EXPECT_EQ(c["frequency_khz"], 474000.5);
+    EXPECT_EQ(c["library"]["frequency_khz"], 474000);
+    EXPECT_EQ(c["symbol_rate_ksym"], 6900.1);
+    EXPECT_EQ(decode(0x44, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0}))["frequency_khz"], "not signalled");
+
+    // Satellite 11 757.25 MHz at 19.2 E, horizontal, 27 500 ksymbol/s, 3/4.
+    const json s = decode(0x43, bytes({0x01, 0x17, 0x57, 0x25, 0x01, 0x92, 0x81, 0x02, 0x75, 0x00, 0x03}));
+    EXPECT_EQ(s["frequency_mhz"], 11757.25);
+    EXPECT_EQ(s["library"]["frequency_mhz"], 11757);
+    EXPECT_EQ(s["orbital_position"], "19.2 E");
+    EXPECT_EQ(s["polarisation"], "H");
+    EXPECT_EQ(s["library"]["polarisation"], "V");
+    EXPECT_EQ(s["symbol_rate_ksym"], 27500);
+    EXPECT_EQ(s["fec_inner"], "3/4");
+    EXPECT_EQ(decode(0x43, bytes({0, 0, 0, 0, 0x03, 0x00, 0x00, 0, 0, 0, 0}))["orbital_position"], "30.0 W");
+}
+
+TEST(LogicalChannels, TenOrFourteenBitsAsTheSpecifierSays)
+{
+    // Service 0x0101 visible at 701 (10 bits), 0x0102 hidden at 702.
+    const json v1 = decode(0x83, bytes({0x01, 0x01, 0xFE, 0xBD, 0x01, 0x02, 0x7E, 0xBE}), 0x28);
+    EXPECT_EQ(v1["channels"][0]["lcn"], 701);
+    EXPECT_EQ(v1["channels"][0]["library"]["lcn"], 189);
+    EXPECT_EQ(v1["channels"][1]["visible"], false);
+    EXPECT_EQ(v1["channels"][1]["lcn"], 702);
+    // Under specifier 0x29: 14 bits, 10000 = 0x2710.
+    EXPECT_EQ(decode(0x83, bytes({0x01, 0x01, 0xE7, 0x10}), 0x29)["channels"][0]["lcn"], 10000);
+    // 0x87: list 1 "AB", country ESP, one entry at 703.
+    const json v2 = decode(0x87, bytes({0x01, 0x02, 'A', 'B', 'E', 'S', 'P', 0x04, 0x01, 0x03, 0xFE, 0xBF}));
+    EXPECT_EQ(v2["channel_lists"][0]["channel_list_name"], "AB");
+    EXPECT_EQ(v2["channel_lists"][0]["country"], "ESP");
+    EXPECT_EQ(v2["channel_lists"][0]["channels"][0]["lcn"], 703);
+}
+
+struct Row {
+    unsigned tag;
+    std::vector<char> payload;
+    const char* expected; // the decoded fields as JSON
+};
+
+TEST(OtherDescriptors, DecodedFromHandWrittenBytes)
+{
+    const Row rows[] = {
+        {0x42, bytes({0xFF, 0xFF}), R"({"stuffing_bytes":"FF FF"})"},
+        {0x47, bytes({0x15, 'T', 'v'}), R"({"bouquet_name":"Tv"})"},
+        {0x50, bytes({0x05, 0x0B, 0x01, 's', 'p', 'a', 'H', 'D'}),
+         R"({"stream_content":"0x5 H.264/AVC video","stream_content_ext":0,"component_type":"0x0B HD 16:9 25 Hz",
+            "component_tag":1,"language":"spa","text":"HD"})"},
+        {0x53, bytes({0x01, 0x00, 0x0B, 0x00}), R"({"ca_system_ids":["0x0100","0x0B00"]})"},
+        {0x54, bytes({0x14, 0x00, 0xF1, 0x23}),
+         R"({"contents":[{"level_1":"0x1 movie/drama","level_2":4,"user_byte":"0x00"},
+                         {"level_1":"0xF user defined","level_2":1,"user_byte":"0x23"}]})"},
+        {0x55, bytes({'E', 'S', 'P', 0x0F, 'F', 'R', 'A', 0x00}),
+         R"({"ratings":[{"country":"ESP","rating":"minimum age 18"},{"country":"FRA","rating":"undefined"}]})"},
+        {0x62, bytes({0xFF, 0x02, 0xD3, 0x44, 0x40, 0xFF, 0xFF, 0xFF, 0xFF}),
+         R"({"coding_type":"terrestrial","frequencies_khz":[474000,"not signalled"]})"},
+        {0x62, bytes({0xFE, 0x04, 0x74, 0x00, 0x00}), R"({"coding_type":"cable","frequencies_khz":[474000]})"},
+        {0x66, bytes({0x00, 0x0A, 0x01}), R"({"data_broadcast_id":"0x000A system software update","id_selector":"01"})"},
+        {0x6C, bytes({0x00, 0x07, 0x40, 0x00, 0xC0, 0x00, 0x00, 0x10, 0x01, 0x00}),
+         R"({"cells":[{"cell_id":7,"latitude":45.0,"longitude":-90.0,"extent_of_latitude":0.0027,
+                       "extent_of_longitude":0.0055,"subcells":[]}]})"},
+        {0x73, bytes({'t', 'v', '.', 'e', 's'}), R"({"default_authority":"tv.es"})"},
+        {0x7F, bytes({0x04, 0x00, 0x22, 0xD4, 0x00, 0x52, 0x00, 0x01, 0x02, 0xD3, 0x44, 0x40, 0x00}),
+         R"({"extension":"0x04 T2_delivery_system","plp_id":0,"t2_system_id":8916,"siso_miso":"SISO",
+             "bandwidth":"8 MHz","guard_interval":"1/8","transmission_mode":"16k","other_frequency":"in use",
+             "tfs":false,"cells":[{"cell_id":1,"centre_frequencies_khz":[474000]}]})"},
+        {0x7F, bytes({0x08, 0x01}), R"({"extension":"0x08 message","selector":"01"})"},
+    };
+    for (const Row& r : rows)
+        EXPECT_EQ(decode(r.tag, r.payload), json::parse(r.expected)) << "tag " << r.tag;
+    EXPECT_EQ(tavel_si::decode::find_descriptor_decoder(0x49), nullptr); // shown in hex
+}
+
+// The same bytes through libdvbpsi's decoders.
+TEST(OtherDescriptors, AgreeWithLibdvbpsi)
+{
+    std::vector<char> t = bytes({0x02, 0xD3, 0x44, 0x40, 0x1F, 0x85, 0x52, 0xFF, 0xFF, 0xFF, 0xFF});
+    dvbpsi_descriptor_t* d = dvbpsi_NewDescriptor(0x5A, 11, reinterpret_cast<uint8_t*>(t.data()));
+    const dvbpsi_terr_deliv_sys_dr_t* terr = dvbpsi_DecodeTerrDelivSysDr(d);
+    ASSERT_TRUE(terr);
+    const json ours = decode(0x5A, t);
+    EXPECT_EQ(ours["frequency_khz"], terr->i_centre_frequency / 100);
+    EXPECT_EQ(ours["hierarchy"], "non-hierarchical, native interleaver");
+    EXPECT_EQ(terr->i_hierarchy_information, 0);
+    EXPECT_EQ(terr->i_code_rate_lp_stream, 2); // 3/4
+    EXPECT_EQ(terr->i_guard_interval, 2);      // 1/8
+    EXPECT_EQ(terr->i_transmission_mode, 1);   // 8k
+    dvbpsi_DeleteDescriptors(d);
+
+    std::vector<char> p = bytes({'E', 'S', 'P', 0x0F});
+    d = dvbpsi_NewDescriptor(0x55, 4, reinterpret_cast<uint8_t*>(p.data()));
+    const dvbpsi_parental_rating_dr_t* rating = dvbpsi_DecodeParentalRatingDr(d);
+    ASSERT_TRUE(rating);
+    EXPECT_EQ(decode(0x55, p)["ratings"][0]["rating"], "minimum age " + std::to_string(rating->p_parental_rating[0].i_rating + 3));
+    dvbpsi_DeleteDescriptors(d);
+
+    std::vector<char> f = bytes({0xFF, 0x02, 0xD3, 0x44, 0x40});
+    d = dvbpsi_NewDescriptor(0x62, 5, reinterpret_cast<uint8_t*>(f.data()));
+    const dvbpsi_frequency_list_dr_t* freq = dvbpsi_DecodeFrequencyListDr(d);
+    ASSERT_TRUE(freq);
+    EXPECT_EQ(decode(0x62, f)["frequencies_khz"][0], freq->p_center_frequencies[0] / 100);
+    dvbpsi_DeleteDescriptors(d);
+
+    std::vector<char> c = bytes({0x05, 0x0B, 0x01, 's', 'p', 'a'});
+    d = dvbpsi_NewDescriptor(0x50, 6, reinterpret_cast<uint8_t*>(c.data()));
+    const dvbpsi_component_dr_t* comp = dvbpsi_DecodeComponentDr(d);
+    ASSERT_TRUE(comp);
+    const json component = decode(0x50, c);
+    EXPECT_EQ(component["component_tag"], comp->i_component_tag);
+    EXPECT_EQ(component["stream_content"].get<std::string>().substr(0, 3), "0x" + std::to_string(comp->i_stream_content));
+    dvbpsi_DeleteDescriptors(d);
+}
+
+} // namespace

@@ -1,0 +1,132 @@
+// verify and diff through the tool: the demo's tables, a changed copy of
+// the headend, and captures of both made by `tavel-si ts`.
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out, err;
+};
+
+std::string slurp(const fs::path& p)
+{
+    std::ifstream in(p, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class VerifyDiffCli : public ::testing::Test {
+protected:
+    // The demo published under old/, the same headend changed under new/,
+    // and a capture of each.
+    static void SetUpTestSuite()
+    {
+        char name[] = "/tmp/tavel-verify-test-XXXXXX";
+        dir_ = mkdtemp(name);
+        ASSERT_EQ(tavel_si("demo --root " + (dir_ / "old").string()).status, 0);
+        json cfg = json::parse(slurp(dir_ / "old/demo-headend.json"));
+        json& out = cfg["outputs"];
+        out[0]["services"][2]["name"] = "Tres HD+";  // renamed (its rename flag is set)
+        out[0]["services"][1]["lcn"] = 12;           // LCN moved
+        out[0]["services"].erase(3);                 // service removed
+        out[1]["frequency_khz"] = 490000;            // delivery parameter changed
+        out[1]["services"][0]["type"] = "hd-tv";     // retyped
+        out.erase(2);                                // transport stream and its SDT gone
+        std::ofstream(dir_ / "old/changed.json") << cfg.dump();
+        ASSERT_EQ(tavel_si("generate " + (dir_ / "old/changed.json").string() + " --root " + (dir_ / "new").string())
+                      .status,
+                  0);
+        for (const char* side : {"old", "new"})
+            ASSERT_EQ(tavel_si("ts " + tables(side) + "/NIT_table " + tables(side) + "/SDT_table_* " + tables(side) +
+                               "/TOT_table --duration 12 -o " + (dir_ / side).string() + ".ts")
+                          .status,
+                      0);
+        // The old tables as one file each side, for diff on table files.
+        for (const char* side : {"old", "new"})
+            std::system(("cat " + tables(side) + "/NIT_table " + tables(side) + "/SDT_table_* > " +
+                         (dir_ / side).string() + ".tables")
+                            .c_str());
+    }
+    static void TearDownTestSuite() { fs::remove_all(dir_); }
+
+    static std::string tables(const char* side) { return (dir_ / side / "tavel/datosWeb/tablasSI").string(); }
+    static std::string at(const std::string& name) { return (dir_ / name).string(); }
+
+    static Outcome tavel_si(const std::string& args)
+    {
+        const fs::path out = dir_ / "stdout", err = dir_ / "stderr";
+        const int raw = std::system(("env -u TAVEL_ROOT " TAVEL_SI_PROGRAM " " + args + " > " + out.string() +
+                                     " 2> " + err.string() + " < /dev/null")
+                                        .c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+    }
+
+    static fs::path dir_;
+};
+
+fs::path VerifyDiffCli::dir_;
+
+TEST_F(VerifyDiffCli, VerifySaysEqualThenNamesTheRenameAndTheMissingTable)
+{
+    Outcome same = tavel_si("verify " + at("old.ts") + " --root " + at("old"));
+    EXPECT_EQ(same.status, 0) << same.out << same.err;
+    EXPECT_NE(same.out.find("NIT actual 12421: same"), std::string::npos) << same.out;
+    EXPECT_NE(same.out.find("Everything published is on air and on time."), std::string::npos);
+
+    // The changed headend on air, the demo's tables published.
+    Outcome changed = tavel_si("verify " + at("new.ts") + " --root " + at("old"));
+    EXPECT_EQ(changed.status, 1);
+    EXPECT_NE(changed.out.find("SDT actual ts 1: different"), std::string::npos) << changed.out;
+    EXPECT_NE(changed.out.find("service 103: service renamed: \"Tres HD\" -> \"Tres HD+\""), std::string::npos);
+    EXPECT_NE(changed.out.find("SDT actual ts 3: missing on air"), std::string::npos);
+    const json doc = json::parse(tavel_si("verify --json " + at("new.ts") + " --root " + at("old")).out);
+    EXPECT_FALSE(doc["ok"].get<bool>());
+
+    EXPECT_EQ(tavel_si("verify " + at("old.tables") + " --root " + at("old")).status, 2); // not a capture
+    EXPECT_EQ(tavel_si("verify " + at("old.ts") + " --root " + at("nowhere")).status, 2);
+}
+
+TEST_F(VerifyDiffCli, DiffNamesEachKindOfChangeOnFilesAndOnCaptures)
+{
+    const char* expected[] = {
+        "NIT actual 12421 ts 1/8916 service 102: logical channel moved: 2 -> 12",
+        "NIT actual 12421 ts 1/8916 service 104: logical channel removed (was 4)",
+        "NIT actual 12421 ts 2/8916: cable_delivery_system frequency_khz changed: 482000 -> 490000",
+        "NIT actual 12421 ts 3/8916: transport stream removed",
+        "SDT actual ts 1/8916 service 103: service renamed: \"Tres HD\" -> \"Tres HD+\"",
+        "SDT actual ts 1/8916 service 104: service removed",
+        "SDT actual ts 2/8916 service 201: service type changed: \"0x01 digital television\" -> "
+        "\"0x19 H.264/AVC HD digital television\"",
+        "SDT actual ts 3/8916: table removed",
+    };
+    for (const char* kind : {".tables", ".ts"}) {
+        Outcome d = tavel_si("diff " + at(std::string("old") + kind) + " " + at(std::string("new") + kind));
+        EXPECT_EQ(d.status, 1) << kind;
+        for (const char* line : expected)
+            EXPECT_NE(d.out.find(std::string(line) + "\n"), std::string::npos) << kind << ": " << line << "\n" << d.out;
+        // Backwards, what was removed is added.
+        Outcome back = tavel_si("diff --json " + at(std::string("new") + kind) + " " + at(std::string("old") + kind));
+        const json doc = json::parse(back.out);
+        std::string kinds;
+        for (const json& c : doc["changes"])
+            kinds += c["kind"].get<std::string>() + " ";
+        for (const char* k : {"lcn_added", "ts_added", "service_added", "table_added"})
+            EXPECT_NE(kinds.find(k), std::string::npos) << kind << ": " << k;
+        EXPECT_EQ(tavel_si("diff " + at(std::string("old") + kind) + " " + at(std::string("old") + kind)).status, 0);
+    }
+    EXPECT_EQ(tavel_si("diff " + at("old.ts") + " " + at("nothing")).status, 2);
+}
+
+} // namespace
