@@ -19,7 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // First section: one of the EIT table ids (0x4E to 0x6F).
     if (!bytes.empty())
         bytes[0] = static_cast<char>(0x4E + data[0] % 0x22);
-    std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path, std::ios::binary | std::ios::trunc)
+        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 
     std::vector<char> back;
     if (tavel::tEIT::leer_archivo_EIT_a_buffer(back) && back != bytes)

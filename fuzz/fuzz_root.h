@@ -4,6 +4,7 @@
 #define TAVEL_FUZZ_ROOT_H
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <sys/stat.h>
@@ -11,13 +12,25 @@
 
 #include "commands.h"
 
+// Removed when the process ends normally (libFuzzer exits through exit()).
 inline std::string fuzz_scratch_dir()
 {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string base = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : (tmp ? tmp : "/tmp");
-    std::string dir = base + "/tavel-fuzz." + std::to_string(::getpid());
-    ::mkdir(dir.c_str(), 0755);
-    return dir;
+    struct Scratch {
+        std::string dir;
+        ~Scratch()
+        {
+            std::error_code ignored;
+            std::filesystem::remove_all(dir, ignored);
+        }
+    };
+    static const Scratch scratch{[] {
+        const char* tmp = std::getenv("TMPDIR");
+        std::string dir = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : (tmp ? tmp : "/tmp");
+        dir += "/tavel-fuzz." + std::to_string(::getpid());
+        ::mkdir(dir.c_str(), 0755);
+        return dir;
+    }()};
+    return scratch.dir;
 }
 
 // Path of a table file in the library's table directory under a fresh root.

@@ -19,7 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // Keep the first section a TOT or TDT so the walk starts where it matters.
     if (!bytes.empty())
         bytes[0] = static_cast<char>((data[0] & 1) ? 0x73 : 0x70);
-    std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path, std::ios::binary | std::ios::trunc)
+        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 
     tavel::tTOT tot;
     std::vector<char> back;

@@ -17,7 +17,14 @@ TAVEL_API int read_char_vector_from_file(const std::string& path, std::vector<ch
 // same directory is written, flushed and renamed over the target, so a reader
 // sees the old file or the new one, never a mixture. Missing parent
 // directories are created. Non-zero on success; on failure the old file is
-// intact. flag is accepted for compatibility (the headend passes false).
+// intact, no temporary file remains and a LOG_WARNING line names the path and
+// the system's reason. flag is accepted for compatibility (the headend passes
+// false).
+//
+// The temporary file is "<file name>.tmp.XXXXXX" (six random characters),
+// locked (flock) by its writer until the rename. Each write first removes the
+// temporary files of the same target whose lock is free, i.e. those left by a
+// writer that died; temporary files of live writers and of other targets stay.
 TAVEL_API int write_char_vector_to_file(const std::vector<char>& buffer, const std::string& path, bool flag);
 
 } // namespace tavel

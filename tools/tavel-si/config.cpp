@@ -316,6 +316,11 @@ HeadendConfig parse_config(const std::string& text, const std::string& base_dir)
             what = what.substr(colon + 2);
         throw ConfigError("JSON syntax error at line " + std::to_string(line) + ", column " +
                           std::to_string(column) + ": " + what);
+    } catch (const json::out_of_range& e) {
+        // A number beyond the range of a double (1e999) is bad input too.
+        std::string what = e.what();
+        const size_t bracket = what.find("] ");
+        throw ConfigError("JSON " + (bracket == std::string::npos ? what : what.substr(bracket + 2)));
     }
     if (!doc.is_object())
         throw ConfigError("the document must be a JSON object");
