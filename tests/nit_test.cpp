@@ -1,14 +1,18 @@
-// NIT parser: reading sections back, satellite TS look-up, and bounded
-// parsing of truncated or corrupt input.
+// NIT generation byte for byte, the parser, versioning against the NIT last
+// sent, the files read back and the pattern collection.
 #include <gtest/gtest.h>
 
 #include <syslog.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <tavel/coding.h>
+#include <tavel/constants.h>
 #include <tavel/delivery_descriptors.h>
+#include <tavel/file_io.h>
 #include <tavel/nit.h>
 #include <tavel/service_descriptors.h>
 
@@ -19,36 +23,291 @@ namespace tavel {
 namespace {
 
 using test::hex;
+using test::seal;
 using test::to_hex;
 
-// The reference table: network 0x3001 "TVNET", version 5, cable TS 2 / 0x22D4.
-const char* kReferenceNit = "40 F0 3F 30 01 CB 00 00 F0 07 40 05 54 56 4E 45 54 F0 2B"
-                            "00 02 22 D4 F0 25"
-                            "44 0B 04 74 00 00 FF F2 03 00 69 00 0F"
-                            "41 06 00 07 01 00 08 02"
-                            "5F 04 00 00 00 28"
-                            "83 08 00 07 FC 05 00 08 FD 2C"
-                            "66 52 AA 30";
+const std::string kLastSent = std::string(constants::kSiTablesDir) + constants::kNitTableFile;
+const std::string kNew = std::string(constants::kSiTablesDir) + constants::kNitTableAuxFile;
 
-// Two sections (0 and 1 of 1) of network 0x0100 version 2: section 0 a
-// cable TS, section 1 a satellite TS at 11 757 MHz, 19.2 E, 27 500 ksym/s.
-const char* kTwoSections = "40 F0 25 01 00 C5 00 01 F0 05 40 03 53 41 54 F0 13"
-                           "00 01 00 46 F0 0D 44 0B 04 74 00 00 FF F2 03 00 69 00 0F"
-                           "00 00 00 00"                 // CRC (not checked)
-                           "40 F0 20 01 00 C5 01 01 F0 00 F0 13"
-                           "04 4C 00 46 F0 0D 43 0B 01 17 57 00 01 92 81 02 75 00 03"
-                           "00 00 00 00";
-
-// A loop as its wire bytes: tag, length and payload of each descriptor.
-std::string wire(const SIVectorDescriptores& loop)
+datos_servicios service(uint16_t sid, uint16_t type, uint16_t lcn)
 {
-    std::vector<char> bytes;
-    for (const auto& d : loop.items) {
-        bytes.push_back(static_cast<char>(d->descriptor_tag));
-        bytes.push_back(static_cast<char>(d->descriptor_length));
-        bytes.insert(bytes.end(), d->data.begin(), d->data.end());
+    datos_servicios s;
+    s.sid = sid;
+    s.tipo_servicio = type;
+    s.lcn = lcn;
+    return s;
+}
+
+// Network 0x3001 "TVNET", version 5, with its cable output TSID 2 / ONID
+// 0x22D4: 474 000 kHz, 6 900 ksym/s, 64-QAM, services 7 (type 1, LCN 5) and
+// 8 (type 2, LCN 300). The terrestrial fields serve the tipo_salida 0 cases.
+std::unique_ptr<tNIT> reference_nit(unsigned short tipo_lcn)
+{
+    auto nit = std::make_unique<tNIT>("FRA", 0x3001, "TVNET", 1, tipo_lcn, 0x40);
+    nit->version = 5;
+    datos_salidas& out = nit->salidas[2];
+    out.tipo_salida = 1;
+    out.tsid = 2;
+    out.onid = 0x22D4;
+    out.frecuencia = 474000;
+    out.symbol_rate = 6900;
+    out.modulacion = 2;
+    out.code_rate = 2;
+    out.modo_transmision = 1;
+    out.servicios[7] = service(7, 1, 5);
+    out.servicios[8] = service(8, 2, 300);
+    return nit;
+}
+
+// The reference network with cable outputs 1..n of 10 services each: 99
+// bytes per TS entry, 10 entries per section.
+std::unique_ptr<tNIT> network(unsigned outputs, unsigned version)
+{
+    auto nit = reference_nit(1);
+    nit->version = static_cast<uint8_t>(version);
+    const datos_salidas model = nit->salidas[2];
+    nit->salidas.clear();
+    for (uint16_t t = 1; t <= outputs; ++t) {
+        datos_salidas& out = nit->salidas[t] = model;
+        out.tsid = t;
+        out.servicios.clear();
+        for (uint16_t s = t * 100; s < t * 100 + 10; ++s)
+            out.servicios[s] = service(s, 1, static_cast<uint16_t>(s - t * 90));
     }
-    return to_hex(bytes);
+    return nit;
+}
+
+// Generates the table and returns the NIT file written.
+std::vector<char> generate(tNIT& nit, const test::TempRoot& root)
+{
+    nit.generarNIT();
+    return test::read_file(root(kNew));
+}
+
+// Generates and promotes the new NIT to the NIT last sent, as the headend does.
+void send(const test::TempRoot& root, tNIT& nit)
+{
+    ASSERT_NE(write_char_vector_to_file(generate(nit, root), root(kLastSent), false), 0);
+}
+
+// A section as its header fields, TS entries and descriptor payloads.
+std::string dump(const SISectionNIT& s)
+{
+    auto n = [](unsigned v) { return std::to_string(v) + " "; };
+    std::string out = n(s.section_length) + n(s.section_number) + n(s.last_section_number) + n(s.version_number) +
+                      n(s.network_id) + n(s.network_descriptors_length) + n(s.transport_stream_loop_length);
+    auto loop = [&](const SIVectorDescriptores& list) {
+        for (const auto& d : list.items)
+            out += n(d->descriptor_tag) + n(d->descriptor_length) + to_hex(d->data) + " ";
+    };
+    loop(s.network_descriptors);
+    for (const auto& ts : s.transport_streams.items) {
+        out += "| " + n(ts->transport_stream_id) + n(ts->original_network_id) + n(ts->transport_descriptors_length);
+        loop(ts->descriptores);
+    }
+    return out;
+}
+
+// The reference table: network 0x3001 "TVNET", version 5, cable TS 2 / 0x22D4.
+const char* kReferenceNit = "40 F0 3F"                               // NIT actual, section_length 63
+                            "30 01 CB 00 00"                         // network, version 5 current, section 0 of 0
+                            "F0 07 40 05 54 56 4E 45 54"             // network descriptors: name "TVNET"
+                            "F0 2B"                                  // TS loop: 43 bytes
+                            "00 02 22 D4 F0 25"                      // TSID 2, ONID 0x22D4, 37 descriptor bytes
+                            "44 0B 04 74 00 00 FF F2 03 00 69 00 0F" // cable 474 MHz, 64-QAM, 6.9 Msym/s
+                            "41 06 00 07 01 00 08 02"                // service list: 7 TV, 8 radio
+                            "5F 04 00 00 00 28"                      // private data specifier 0x28
+                            "83 08 00 07 FC 05 00 08 FD 2C"          // LCN 5 and 300, visible
+                            "66 52 AA 30";                           // CRC_32
+
+TEST(NitGeneration, CableOutputWithTwoServicesIsTheReferenceTable)
+{
+    test::TempRoot root;
+    LogCapture log;
+    auto nit = reference_nit(1);
+    EXPECT_EQ(to_hex(generate(*nit, root)), to_hex(hex(kReferenceNit)));
+    EXPECT_EQ(nit->data_size, 66u);
+    for (const char* line : {"Generate NIT first section header. Network id: 12289 =  and version = 5",
+                             "Generate network descriptor with network name TVNET", "Generate NIT file",
+                             "Generating NIT FILE with size 66"})
+        EXPECT_TRUE(log.has(LOG_INFO, line)) << line;
+    EXPECT_TRUE(log.has(LOG_DEBUG, "Generate TS Loop. TSID 2 y ONID 8916"));
+
+    auto empty = reference_nit(1);
+    empty->salidas.clear(); // no outputs: the name alone and an empty TS loop
+    EXPECT_EQ(to_hex(generate(*empty, root)), "40 F0 14 30 01 CB 00 00 F0 07 40 05 54 56 4E 45 54 F0 00 8C 50 40 56");
+}
+
+TEST(NitGeneration, TsEntryPerLcnFlavourAndOutputKind)
+{
+    const std::string cable = " 44 0B 04 74 00 00 FF F2 03 00 69 00 0F"; // 474 MHz, 64-QAM, 6.9 Msym/s
+    const std::string list = " 41 06 00 07 01 00 08 02";                 // 7 TV, 8 radio
+    const std::string lcn = " 83 08 00 07 FC 05 00 08 FD 2C";            // 5 and 300 in 10 bits, visible
+    // Territories that publish no parameters: 0xFFFFFFFF kHz (x100 on the wire), every field 0.
+    const std::string unpublished = " 5A 0B FF FF FF 9C 03 00 00 FF FF FF FF";
+    struct Case {
+        const char* what;
+        unsigned short tipo_lcn;
+        uint16_t con_service_list;
+        uint8_t tipo_salida;
+        const char* pais;
+        bool services;
+        std::string entry; // TSID 2, ONID 0x22D4, descriptors length, descriptors
+    } cases[] = {
+        {"LCN 2: specifier 0x29, 14-bit numbers", 2, 1, 1, "FRA", true,
+         "00 02 22 D4 F0 25" + cable + list + " 5F 04 00 00 00 29 83 08 00 07 C0 05 00 08 C1 2C"},
+        {"LCN 3: specifier 0x29, tag 0x87 with list id, name length, \"900\", loop length", 3, 1, 1, "FRA", true,
+         "00 02 22 D4 F0 2B" + cable + list + " 5F 04 00 00 00 29 87 0E 00 00 39 30 30 08 00 07 FC 05 00 08 FD 2C"},
+        {"LCN 4: descriptor first, no specifier", 4, 1, 1, "FRA", true, "00 02 22 D4 F0 1F" + lcn + cable + list},
+        {"LCN 5: specifier 0x233A", 5, 1, 1, "FRA", true, "00 02 22 D4 F0 25" + cable + list + " 5F 04 00 00 23 3A" + lcn},
+        {"LCN 6: specifier 0x37", 6, 1, 1, "FRA", true, "00 02 22 D4 F0 25" + cable + list + " 5F 04 00 00 00 37" + lcn},
+        {"no LCN, no service list", 0, 0, 1, "FRA", true, "00 02 22 D4 F0 0D" + cable},
+        {"no services: no list, no LCN", 1, 1, 1, "FRA", false, "00 02 22 D4 F0 0D" + cable},
+        {"tipo_salida 2: no delivery descriptor", 1, 1, 2, "FRA", true,
+         "00 02 22 D4 F0 18" + list + " 5F 04 00 00 00 28" + lcn},
+        // Real parameters: 474 000 kHz in 10 Hz, 8 MHz + priority, 64-QAM / 3/4, LP 7, 1/32, 8k.
+        {"terrestrial ESP", 0, 1, 0, "ESP", false, "00 02 22 D4 F0 0D 5A 0B 02 D3 44 40 13 82 E2 FF FF FF FF"},
+        {"terrestrial FRA", 0, 1, 0, "FRA", false, "00 02 22 D4 F0 0D" + unpublished},
+        {"terrestrial GLP", 0, 1, 0, "GLP", false, "00 02 22 D4 F0 0D" + unpublished},
+        {"terrestrial MTQ", 0, 1, 0, "MTQ", false, "00 02 22 D4 F0 0D" + unpublished},
+        {"terrestrial REU", 0, 1, 0, "REU", false, "00 02 22 D4 F0 0D" + unpublished},
+        {"terrestrial NCL", 0, 1, 0, "NCL", false, "00 02 22 D4 F0 0D" + unpublished},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        test::TempRoot root;
+        auto nit = reference_nit(c.tipo_lcn);
+        nit->pais = c.pais;
+        nit->con_service_list = c.con_service_list;
+        nit->salidas[2].tipo_salida = c.tipo_salida;
+        if (!c.services)
+            nit->salidas[2].servicios.clear();
+        // The reference header and name around the one TS entry.
+        auto expected = hex("40 F0 00 30 01 CB 00 00 F0 07 40 05 54 56 4E 45 54 F0 00" + c.entry);
+        expected[18] = static_cast<char>(expected.size() - 19);
+        EXPECT_EQ(to_hex(generate(*nit, root)), to_hex(seal(expected)));
+    }
+}
+
+// A pattern NIT of network 0x0055 as an input stream carries it.
+std::vector<char> pattern_nit()
+{
+    return seal(hex("40 F0 00 00 55 C7 00 00"         // section_length set by seal; network 0x55, version 3
+                    "F0 3A"                           // 58 bytes of network descriptors
+                    "40 03 41 42 43 42 02 FF FF 6C 00" // name "ABC" (ours wins), stuffing, cell list: never
+                    "4A 07 00 0A 00 01 00 64 01"      // linkage type 1 to (10, 1, 100): carried
+                    "4A 07 00 0A 00 01 00 64 04"      // linkage type 4: dropped
+                    "4A 07 00 0A 00 01 00 65 01"      // linkage type 1 to SID 101: not carried
+                    "5F 04 00 00 00 28 99 02 AB CD"   // specifier, unknown: taken as they are
+                    "4A 08 00 0A 00 01 00 64 02 77"   // linkage type 2 with one private byte: carried
+                    "F0 36 00 10 00 01 F0 27"         // TS loop; TS 0x10 / 0x01: taken over
+                    "43 0B 01 17 57 00 01 92 81 02 75 00 03" // satellite delivery: never
+                    "5F 04 00 00 00 28"               // specifier matching flavour 1
+                    "41 03 00 64 01 83 04 00 64 FC 01 62 04 00 00 00 01" // list, LCN, frequencies: never
+                    "99 01 EE"                        // unknown: taken
+                    "00 11 00 01 F0 03 99 01 FF"));   // TS 0x11 / 0x01: not asked for
+}
+
+// The reference network re-multiplexing input service (10, 1, 100) as SID 7
+// of output 2 / ONID 9, and taking TS 0x10 / 0x01 from the pattern.
+std::unique_ptr<tNIT> nit_with_pattern(unsigned short tipo_lcn)
+{
+    auto nit = reference_nit(tipo_lcn);
+    datos_salidas& out = nit->salidas[2];
+    out.onid = 9;
+    out.servicios.clear();
+    datos_servicios& s = out.servicios[7] = service(7, 1, 5);
+    s.sid_entrada = 100;
+    s.tsid_entrada = 10;
+    s.onid_entrada = 1;
+    nit->ts_desde_patron.emplace_back(0x10, 0x01);
+    nit->addNITPatron(pattern_nit());
+    return nit;
+}
+
+TEST(NitGeneration, PatternDescriptorsAreTakenOverWithTheirRules)
+{
+    // The pattern's network descriptors as carried: linkage type 1 rewritten to
+    // (2, 9, 7), its specifier, its unknown one, type 2 rewritten with its byte kept.
+    const std::string taken = " 4A 07 00 02 00 09 00 07 01 5F 04 00 00 00 28 99 02 AB CD 4A 08 00 02 00 09 00 07 02 77";
+    const std::string cable = " 44 0B 04 74 00 00 FF F2 03 00 69 00 0F"; // ours
+    const std::string list = " 41 03 00 07 01";                          // ours
+    const std::string lcn = " 83 04 00 07 FC 05";                        // ours
+    struct Case {
+        const char* what;
+        uint16_t network_id;
+        unsigned short tipo_lcn;
+        std::string body; // network, version 5, section 0 of 0, both loops
+    } cases[] = {
+        {"LCN behind the pattern's matching specifier 0x28", 0x3001, 1,
+         "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 27 00 02 00 09 F0 21" + cable + list +
+             " 5F 04 00 00 00 28" + lcn + " 99 01 EE"},
+        {"flavour 6 wants 0x37: its own specifier and the LCN go last", 0x3001, 6,
+         "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 2D 00 02 00 09 F0 27" + cable + list +
+             " 5F 04 00 00 00 28 99 01 EE 5F 04 00 00 00 37" + lcn},
+        {"flavour 4 matches no specifier: the LCN first, the pattern's specifier kept", 0x3001, 4,
+         "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 27 00 02 00 09 F0 21" + lcn + cable + list +
+             " 5F 04 00 00 00 28 99 01 EE"},
+        {"network id 0: the pattern's name \"ABC\" follows ours", 0, 1,
+         "00 00 CB 00 00 F0 29 40 05 54 56 4E 45 54 40 03 41 42 43" + taken + " F0 27 00 02 00 09 F0 21" + cable +
+             list + " 5F 04 00 00 00 28" + lcn + " 99 01 EE"},
+    };
+    test::TempRoot root;
+    LogCapture log;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        auto nit = nit_with_pattern(c.tipo_lcn);
+        nit->network_id = c.network_id;
+        EXPECT_EQ(to_hex(generate(*nit, root)), to_hex(seal(hex("40 F0 00 " + c.body))));
+        // The rewrite changed the pattern's own linkage object, shared with the NIT.
+        const auto& patron_loop = nit->nitPatron.patrones.at(0)->secciones.at(0)->network_descriptors.items;
+        EXPECT_EQ(nit->secciones.at(0)->network_descriptors.items.at(c.network_id ? 1 : 2), patron_loop.at(3));
+    }
+    EXPECT_TRUE(log.has(LOG_INFO, "Generate network descriptor with network id 12289d"));
+    EXPECT_TRUE(log.has(LOG_DEBUG, "SE COGEN DESCRIPTORES DEL TS: 16 1 PARA LA NIT DE SALIDA"));
+}
+
+TEST(NitGeneration, TableSpillsIntoThreeSectionsWithTheHeaderCopied)
+{
+    test::TempRoot root;
+    auto nit = network(25, 5);
+    const auto sections = test::sections_of(generate(*nit, root));
+    ASSERT_EQ(sections.size(), 3u);
+    const size_t entries[] = {10, 10, 5};
+    for (unsigned n = 0; n < 3; ++n) {
+        SCOPED_TRACE(n);
+        EXPECT_EQ(mpeg_crc(0xFFFFFFFFUL, sections[n], sections[n].size()), 0u);
+        EXPECT_LE(sections[n].size(), 1024u);
+        // NIT actual with its syntax bits; network, version 5, section n of 2; the name in section 0 only.
+        EXPECT_EQ(to_hex(sections[n]).substr(0, 4) + " " + to_hex(sections[n]).substr(9, 20),
+                  "40 F 30 01 CB 0" + std::to_string(n) + " 02 F0 " + (n == 0 ? "07" : "00"));
+        EXPECT_EQ(nit->secciones[n]->transport_streams.items.size(), entries[n]);
+    }
+}
+
+// The network loop takes a pattern descriptor while it fits exactly.
+TEST(NitGeneration, NetworkLoopRoomCheckBoundary)
+{
+    for (const size_t last : {size_t{228}, size_t{229}}) {
+        SCOPED_TRACE(last);
+        // Our name (7 bytes) and three 257-byte descriptors leave 230 bytes.
+        std::string loop;
+        for (size_t size : {size_t{255}, size_t{255}, size_t{255}, last}) {
+            std::vector<char> d = {static_cast<char>(0x99), static_cast<char>(size)};
+            d.resize(size + 2, 0x11);
+            loop += " " + to_hex(d);
+        }
+        auto pattern = hex("40 F0 00 00 55 C7 00 00 F0 00" + loop + " F0 00");
+        pattern[9] = static_cast<char>(pattern.size() - 12); // network_descriptors_length 0x3E9 or 0x3EA
+        pattern[8] = static_cast<char>(0xF3);
+        auto nit = reference_nit(1);
+        nit->salidas.clear();
+        nit->addNITPatron(seal(pattern));
+        test::TempRoot root;
+        generate(*nit, root);
+        ASSERT_EQ(nit->secciones.size(), last == 228 ? 1u : 2u);
+        EXPECT_EQ(nit->secciones[0]->network_descriptors_length, last == 228 ? 1008 : 778);
+    }
 }
 
 TEST(NitParser, ReadsTheReferenceTableBack)
@@ -60,34 +319,29 @@ TEST(NitParser, ReadsTheReferenceTableBack)
     EXPECT_EQ(nit.data_size, 66u);
     ASSERT_EQ(nit.secciones.size(), 1u);
     const SISectionNIT& s = *nit.secciones[0];
-    EXPECT_EQ(s.table_id, 0x40);
-    EXPECT_EQ(s.section_syntax_indicator, 1);
-    EXPECT_EQ(s.section_length, 63);
-    EXPECT_EQ(s.network_id, 0x3001);
-    EXPECT_EQ(s.current_next_indicator, 1);
-    EXPECT_EQ(s.network_descriptors_length, 7);
-    EXPECT_EQ(s.transport_stream_loop_length, 43);
+    EXPECT_EQ(std::make_tuple(s.table_id, s.section_syntax_indicator, s.current_next_indicator), std::make_tuple(0x40, 1, 1));
+    EXPECT_EQ(dump(s), "63 0 0 5 12289 7 43 64 5 54 56 4E 45 54 | 2 8916 37 68 11 04 74 00 00 FF F2 03 00 69 00 0F "
+                       "65 6 00 07 01 00 08 02 95 4 00 00 00 28 131 8 00 07 FC 05 00 08 FD 2C ");
     EXPECT_EQ(nit.getNITVersion(), 5);
     EXPECT_EQ(nit.getMaxSectionNumber(), 0u);
-    EXPECT_EQ(wire(s.network_descriptors), "40 05 54 56 4E 45 54");
-
-    ASSERT_EQ(s.transport_streams.items.size(), 1u);
-    const NITTS& ts = *s.transport_streams.items[0];
-    EXPECT_EQ(ts.transport_stream_id, 2);
-    EXPECT_EQ(ts.original_network_id, 0x22D4);
-    EXPECT_EQ(ts.transport_descriptors_length, 37);
-    EXPECT_EQ(wire(ts.descriptores), "44 0B 04 74 00 00 FF F2 03 00 69 00 0F 41 06 00 07 01 00 08 02 "
-                                     "5F 04 00 00 00 28 83 08 00 07 FC 05 00 08 FD 2C");
     // The factory gave the typed classes their fields.
-    auto cable = std::dynamic_pointer_cast<DescriptorCableDeliverySystem>(ts.descriptores.items.at(0));
+    const auto& ts = s.transport_streams.items.at(0)->descriptores.items;
+    auto cable = std::dynamic_pointer_cast<DescriptorCableDeliverySystem>(ts.at(0));
     ASSERT_TRUE(cable);
-    EXPECT_EQ(cable->frequency, 474000u);
-    EXPECT_EQ(cable->symbol_rate, 6900u);
-    auto lcn = std::dynamic_pointer_cast<DescriptorLCN>(ts.descriptores.items.at(3));
+    EXPECT_EQ(std::make_pair(cable->frequency, cable->symbol_rate), std::make_pair(474000u, 6900u));
+    auto lcn = std::dynamic_pointer_cast<DescriptorLCN>(ts.at(3));
     ASSERT_TRUE(lcn);
-    ASSERT_EQ(lcn->services.size(), 2u);
-    EXPECT_EQ(lcn->services[1].logical_channel_number, 44); // parser keeps the low 8 bits
+    EXPECT_EQ(lcn->services.at(1).logical_channel_number, 44); // parser keeps the low 8 bits
 }
+
+// Two sections (0 and 1 of 1) of network 0x0100 version 2: section 0 a
+// cable TS, section 1 a satellite TS at 11 757 MHz, 19.2 E, 27 500 ksym/s.
+const char* kTwoSections = "40 F0 25 01 00 C5 00 01 F0 05 40 03 53 41 54 F0 13"
+                           "00 01 00 46 F0 0D 44 0B 04 74 00 00 FF F2 03 00 69 00 0F"
+                           "00 00 00 00"                 // CRC (not checked)
+                           "40 F0 20 01 00 C5 01 01 F0 00 F0 13"
+                           "04 4C 00 46 F0 0D 43 0B 01 17 57 00 01 92 81 02 75 00 03"
+                           "00 00 00 00";
 
 TEST(NitParser, ReadsConsecutiveSectionsAndFindsTheSatelliteTs)
 {
@@ -104,15 +358,11 @@ TEST(NitParser, ReadsConsecutiveSectionsAndFindsTheSatelliteTs)
     unsigned char polarization = 9;
     // The cable TS has no satellite descriptor: not found, outputs untouched.
     EXPECT_EQ(nit.getTSinfo(1, 0x46, frecuencia, symbol_rate, orbital, west_east, polarization), 0);
-    EXPECT_EQ(frecuencia, 1u);
-    EXPECT_EQ(polarization, 9);
-
+    EXPECT_EQ(std::make_pair(frecuencia, polarization), std::make_pair(1ul, static_cast<unsigned char>(9)));
     EXPECT_EQ(nit.getTSinfo(0x044C, 0x46, frecuencia, symbol_rate, orbital, west_east, polarization), 1);
-    EXPECT_EQ(frecuencia, 11757u);
-    EXPECT_EQ(symbol_rate, 27500u);
-    EXPECT_EQ(orbital, 192);
-    EXPECT_EQ(west_east, 1);
-    EXPECT_EQ(polarization, 1); // bit 5 clear
+    EXPECT_EQ(std::make_tuple(frecuencia, symbol_rate, orbital, west_east, polarization),
+              std::make_tuple(11757ul, 27500ul, static_cast<unsigned short>(192), static_cast<unsigned short>(1),
+                              static_cast<unsigned char>(1))); // polarization: bit 5 clear
     EXPECT_TRUE(log.has(LOG_DEBUG, "Buscamos los datos de frecuencia y symbol_rate para TSID 1100 y ONID 70"));
 }
 
@@ -167,6 +417,205 @@ TEST(NitParser, LengthsPointingPastTheEndStopThere)
     tNIT empty;
     empty.procesarNIT(hex(kReferenceNit).data(), 0); // the pointer form, zero length
     EXPECT_TRUE(empty.secciones.empty());
+}
+
+TEST(NitVersion, FollowsTheNitLastSent)
+{
+    test::TempRoot root;
+    tNIT nit;
+    EXPECT_EQ(nit.getNextNITVersion(), 0u); // no file
+
+    struct Case {
+        const char* what;
+        std::vector<char> file;
+        unsigned next;
+    } cases[] = {
+        {"version 7", hex("40 F0 0D 30 01 CF 00 00 F0 00 F0 00 00 00 00 00"), 8},
+        {"version 31 wraps", hex("40 F0 0D 30 01 FF 00 00 F0 00 F0 00 00 00 00 00"), 0},
+        {"15 bytes count as absent", hex("40 F0 0D 30 01 CF 00 00 F0 00 F0 00 00 00 00"), 0},
+        {"empty file", {}, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ASSERT_NE(write_char_vector_to_file(c.file, root(kLastSent), false), 0);
+        EXPECT_EQ(nit.getNextNITVersion(), c.next);
+    }
+}
+
+TEST(NitSameTable, NoShortOrBrokenNitLastSentIsNeverTheSame)
+{
+    test::TempRoot root;
+    auto nit = network(1, 0);
+    nit->generarNIT();
+    EXPECT_FALSE(nit->isSameTable()); // no file
+    // Same size and last section number, but a section_length far past the end:
+    // the blanking must not write outside the stored image.
+    std::vector<char> past_the_end(nit->data_size, 0);
+    past_the_end[1] = past_the_end[2] = static_cast<char>(0xFF);
+    for (const auto& stored : {hex("40 F0 0D 30 01 CF 00 00 F0 00 F0 00 00 00 00"), past_the_end}) {
+        ASSERT_NE(write_char_vector_to_file(stored, root(kLastSent), false), 0);
+        EXPECT_FALSE(nit->isSameTable());
+    }
+}
+
+TEST(NitSameTable, UnchangedTablesAreTheSameUnderANewVersionUpToTwoSections)
+{
+    const struct {
+        unsigned outputs, sections, version;
+        bool same;
+    } cases[] = {
+        {1, 1, 5, true},
+        {15, 2, 5, true},
+        // From the third section on the blanking misses: even the very same table differs.
+        {25, 3, 5, false},
+        {25, 3, 4, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.outputs * 10 + c.version);
+        test::TempRoot root;
+        auto sent = network(c.outputs, 4);
+        send(root, *sent);
+        ASSERT_EQ(sent->secciones.size(), c.sections);
+        ASSERT_EQ(sent->getNextNITVersion(), 5u);
+        auto again = network(c.outputs, c.version);
+        again->generarNIT();
+        EXPECT_EQ(again->isSameTable(), c.same);
+    }
+}
+
+TEST(NitSameTable, AnyContentChangeIsADifferentTable)
+{
+    struct Case {
+        const char* what;
+        void (*change)(tNIT&);
+    } cases[] = {
+        {"one LCN", [](tNIT& n) { n.salidas[1].servicios[100].lcn = 999; }},
+        {"frequency", [](tNIT& n) { n.salidas[15].frecuencia = 482000; }},
+        {"network name, same length", [](tNIT& n) { n.network_name = "TVNEU"; }},
+        {"one service more", [](tNIT& n) { n.salidas[2].servicios[299].sid = 299; }},
+        {"one section less", [](tNIT& n) { n.salidas.erase(n.salidas.find(11), n.salidas.end()); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        test::TempRoot root;
+        auto sent = network(15, 4);
+        send(root, *sent);
+        auto changed = network(15, 5);
+        c.change(*changed);
+        changed->generarNIT();
+        EXPECT_FALSE(changed->isSameTable());
+    }
+}
+
+TEST(NitOutput, ComparisonImageBlanksVersionAndCrc)
+{
+    test::TempRoot root;
+    auto nit = network(1, 5);
+    nit->generarNIT();
+    std::vector<char> sent, image;
+    nit->generarNITBufferChar(sent, false);
+    nit->generarNITBufferChar(image, true);
+    ASSERT_EQ(static_cast<uint8_t>(sent.at(5)), 0xCB); // version 5, current
+    auto expected = sent;
+    expected[5] = static_cast<char>(0xC1);
+    std::fill(expected.end() - 4, expected.end(), 0);
+    EXPECT_EQ(to_hex(image), to_hex(expected));
+}
+
+TEST(NitOutput, GeneratedTableReadsBackSectionForSection)
+{
+    test::TempRoot root;
+    auto nit = network(25, 7);
+    nit->generarNIT();
+    std::vector<char> file;
+    ASSERT_NE(read_char_vector_from_file(root(kNew), file), 0);
+    tNIT back;
+    back.procesarNIT(file);
+    ASSERT_EQ(back.secciones.size(), 3u);
+    for (size_t n = 0; n < 3; ++n)
+        EXPECT_EQ(dump(*back.secciones[n]), dump(*nit->secciones[n])) << n;
+    auto copy = std::make_unique<tNIT>();
+    copy->procesarNIT(file);
+    EXPECT_TRUE(back.compareNIT(copy));
+}
+
+TEST(NitOutput, FilesAreReadFromTheirPlaces)
+{
+    test::TempRoot root;
+    const auto last_sent = hex("40 F0 0D 30 01 CF 00 00 F0 00 F0 00 00 00 00 00");
+    const auto network_copy = hex("40 F0 0D 04 D2 C3 00 00 F0 00 F0 00 00 00 00 00");
+    ASSERT_NE(write_char_vector_to_file(last_sent, root(kLastSent), false), 0);
+    ASSERT_NE(write_char_vector_to_file(
+                  network_copy, root(std::string(constants::kNitFilesDir) + "NIT_table1234"), false),
+              0);
+    tNIT nit;
+    std::vector<char> buffer;
+    EXPECT_NE(nit.leer_archivo_NIT_a_buffer(1234, buffer, 1), 0);
+    EXPECT_EQ(buffer, network_copy);
+    EXPECT_NE(nit.leer_archivo_NIT_a_buffer(1234, buffer, 0), 0);
+    EXPECT_EQ(buffer, last_sent);
+
+    LogCapture log;
+    std::vector<char> missing;
+    EXPECT_EQ(nit.leer_archivo_NIT_a_buffer(99, missing, 1), 0);
+    // NID, then the size read (none), then the warning with the unmapped path.
+    ASSERT_EQ(log.lines().size(), 3u);
+    EXPECT_EQ(log.lines()[1].text, "leer_archivo_NIT_a_buffer: tamano_archivo 0");
+    EXPECT_EQ(log.lines()[2].priority, LOG_WARNING);
+    EXPECT_EQ(log.lines()[2].text,
+              "Imposible leer el archivo NIT o archivo NIT no existente. /tavel/datosWeb/NIT_files/NIT_table99");
+}
+
+// One-section pattern NIT: network id, version byte, and n bytes of an unknown descriptor.
+std::vector<char> pattern(uint16_t network_id, uint8_t version, uint8_t filler, size_t n = 2)
+{
+    std::vector<char> s = {0x40, 0, 0, static_cast<char>(network_id >> 8), static_cast<char>(network_id),
+                           static_cast<char>(0xC1 | (version << 1)), 0, 0, static_cast<char>(0xF0),
+                           static_cast<char>(n + 2), static_cast<char>(0x99), static_cast<char>(n)};
+    s.insert(s.end(), n, static_cast<char>(filler));
+    s.push_back(static_cast<char>(0xF0));
+    s.push_back(0);
+    s.insert(s.end(), 4, 0);
+    s[1] = static_cast<char>(0xF0 | ((s.size() - 3) >> 8));
+    s[2] = static_cast<char>(s.size() - 3);
+    return s;
+}
+
+TEST(NitPatron, KeepsOnePatternPerIdentity)
+{
+    LogCapture log;
+    tNIT nit;
+    nit.addNITPatron(pattern(0x55, 3, 0xAA));
+    EXPECT_TRUE(log.has(LOG_DEBUG, "numero de NIT patrones 1 . NIT añadida"));
+    // Same network, version, last section and size: not kept, even with other descriptors.
+    nit.addNITPatron(pattern(0x55, 3, 0xBB));
+    ASSERT_EQ(nit.nitPatron.patrones.size(), 1u);
+    EXPECT_EQ(static_cast<uint8_t>(nit.nitPatron.patrones[0]->secciones[0]->network_descriptors.items[0]->data[0]),
+              0xAA);
+    nit.addNITPatron(pattern(0x55, 4, 0xAA));     // other version
+    nit.addNITPatron(pattern(0x56, 3, 0xAA));     // other network
+    nit.addNITPatron(pattern(0x55, 3, 0xAA, 3));  // other size
+    EXPECT_EQ(nit.nitPatron.patrones.size(), 4u);
+    EXPECT_TRUE(log.has(LOG_DEBUG, "numero de NIT patrones 4 . NIT añadida"));
+
+    auto probe = std::make_unique<tNIT>();
+    probe->procesarNIT(pattern(0x56, 3, 0xCC));
+    EXPECT_TRUE(nit.nitPatron.NIT_patron_exist(probe));
+    auto stranger = std::make_unique<tNIT>();
+    stranger->procesarNIT(pattern(0x57, 3, 0xCC));
+    EXPECT_FALSE(nit.nitPatron.NIT_patron_exist(stranger));
+}
+
+TEST(NitPatron, GarbageYieldsOneEmptyPatternPerSize)
+{
+    NITPatron patrones;
+    patrones.addNITPatron(hex("00 01 02"));
+    patrones.addNITPatron(hex("04 05 06"));
+    ASSERT_EQ(patrones.patrones.size(), 1u);
+    EXPECT_TRUE(patrones.patrones[0]->secciones.empty());
+    patrones.addNITPatron(hex("07 08")); // garbage of another size is another pattern
+    patrones.addNITPatron(pattern(0x55, 3, 0xAA));
+    EXPECT_EQ(patrones.patrones.size(), 3u);
 }
 
 } // namespace

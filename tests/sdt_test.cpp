@@ -6,11 +6,15 @@
 #include <syslog.h>
 
 #include <cstdio>
+#include <tuple>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include <tavel/coding.h>
+#include <tavel/file_io.h>
+#include <tavel/network_descriptors.h>
+#include <tavel/service_descriptors.h>
 #include <tavel/sdt.h>
 
 #include "platform/log.h"
@@ -118,19 +122,19 @@ std::string section(uint8_t number, uint8_t last, const std::vector<char>& loop,
 TEST(SdtGeneration, FoundServiceKeepsDescriptorsAndMissingOneGetsFreshDescriptor)
 {
     Output o;
-    datos_servicios found = record(0x0201, 0x0101, 0x19, "Nuevo");
+    datos_servicios found = record(0x0201, 0x0101, 0x99, "Nuevo"); // user-defined types, 0x80 and above
     found.proveedor = "Prov";
-    EXPECT_EQ(o.generate({found, record(0x0202, 0x0999, 0x02, "Radio")}),
+    EXPECT_EQ(o.generate({found, record(0x0202, 0x0999, 0x82, "Radio")}),
               to_hex(hex("42 F0 4B 04 57 CF 00 00 22 D4 FF" // section_length 75
                          // 0x0201 from 0x0101: running kept, EIT flags dropped, 36 bytes
                          " 02 01 FC 80 24"
                          "   5F 04 00 00 00 28"                          // shared, untouched
-                         "   48 0D 19 06 15 54 41 56 45 4C 04 15 43 44 45" // type 0x19, TAVEL, name kept
+                         "   48 0D 99 06 15 54 41 56 45 4C 04 15 43 44 45" // type 0x99, TAVEL, name kept
                          "   4A 08 00 10 00 20 01 01 05 EE"              // in its place
                          "   80 03 AA BB CC"                             // passes through
                          // 0x0202 not found: running, clear, fresh descriptor
-                         " 02 02 FC 80 11 48 0F 02 06 15 54 41 56 45 4C 06 15 52 61 64 69 6F"
-                         " B8 1E 55 0D")));
+                         " 02 02 FC 80 11 48 0F 82 06 15 54 41 56 45 4C 06 15 52 61 64 69 6F"
+                         " 20 5D 06 B1")));
     EXPECT_EQ(o.sdt.num_service, 2u);
 
     // Non-service descriptors are the pattern's own objects; the service
@@ -225,47 +229,20 @@ TEST(SdtGeneration, PlacementBoundaryAtFreeSpaceMinusFour)
     EXPECT_EQ(spills.data_size, 883u + 157u);
 }
 
-TEST(SdtGeneration, TableSpillsIntoSeveralSections)
-{
-    tSDT sdt(0x42, 0x0457, 0x22D4, 7, 0);
-    std::vector<char> loops[3];
-    for (uint16_t i = 1; i <= 70; ++i) {
-        char name[32];
-        std::snprintf(name, sizeof name, "Servicio numero %04u", i);
-        sdt.servicios[i] = record(static_cast<uint16_t>(0x1000 + i), 0x0999, 0x01, name);
-        // 37-byte entries: 27 fit in 1009 bytes, leaving 10.
-        auto e = not_found_entry(static_cast<uint16_t>(0x1000 + i), name);
-        loops[(i - 1) / 27].insert(loops[(i - 1) / 27].end(), e.begin(), e.end());
-    }
-    sdt.generarSDT();
-    std::vector<char> out;
-    sdt.getSDT(out, false);
-    EXPECT_EQ(to_hex(out), section(0, 2, loops[0], "85 F7 01 E0") + " " + section(1, 2, loops[1], "99 BE 14 1B") + " " +
-                               section(2, 2, loops[2], "65 7C 0C D9"));
-    EXPECT_EQ(sdt.data_size, 1014u + 1014u + 607u);
-    EXPECT_EQ(sdt.getMaxSectionNumber(), 2);
-}
-
-TEST(SdtOutput, OtherTableStartsWith46CrcVerifiesAndAppends)
+TEST(SdtOutput, OtherCopyStartsWith46AndAppends)
 {
     auto sdt = generated(7, 40);
-    ASSERT_EQ(sdt->secciones.size(), 2u);
-    std::vector<char> out = hex("AB CD");
+    std::vector<char> out = hex("AB CD"), actual;
     sdt->getSDT(out, true);
-    ASSERT_EQ(out.size(), 2 + sdt->data_size);
-    EXPECT_EQ(to_hex(std::vector<char>(out.begin(), out.begin() + 2)), "AB CD");
-    for (size_t offset = 2, n = 0; n < 2; ++n) {
-        const size_t length = ((static_cast<uint8_t>(out[offset + 1]) & 0x0F) << 8 | static_cast<uint8_t>(out[offset + 2])) + 3;
-        std::vector<char> s(out.begin() + offset, out.begin() + offset + length);
+    sdt->getSDT(actual, false);
+    ASSERT_EQ(out.size(), 2 + actual.size());
+    const auto sections = tavel::test::sections_of(std::vector<char>(out.begin() + 2, out.end()));
+    ASSERT_EQ(sections.size(), 2u);
+    for (const auto& s : sections) {
         EXPECT_EQ(static_cast<uint8_t>(s[0]), 0x46);
         EXPECT_EQ(tavel::mpeg_crc(0xFFFFFFFF, s, s.size()), 0u);
-        offset += length;
     }
-    // The table itself is unchanged: the actual copy still says 0x42.
-    std::vector<char> actual;
-    sdt->getSDT(actual, false);
-    EXPECT_EQ(static_cast<uint8_t>(actual[0]), 0x42);
-
+    EXPECT_EQ(static_cast<uint8_t>(actual[0]), 0x42); // the table itself is unchanged
     std::vector<char> untouched = hex("01");
     tSDT().getSDT(untouched, true);
     EXPECT_EQ(to_hex(untouched), "01");
@@ -347,6 +324,153 @@ TEST(SdtPatterns, IdentityIsTsidOnidVersionAndSize)
     out.patrones = &patterns;
     auto found = out.existServiceSDTpatrones(record(1, 0x0101, 1, ""));
     EXPECT_EQ(found, patterns.sdts[0]->secciones[0]->services.items[0]);
+}
+
+// An SDT other in two sections: tsid 0x0010, onid 0x0020, version 3.
+const char* const kTwoSections =
+    // section 0 of 1, section_length 50
+    "46 F0 32 00 10 C7 00 01 00 20 FF"
+    " 01 01 FF 80 21"                         // 0x0101: EIT flags, running, clear, 33 bytes
+    "   5F 04 00 00 00 28"                    // private data specifier
+    "   48 0A 01 03 15 41 42 04 15 43 44 45"  // service: TV, AB, CDE
+    "   4A 08 00 10 00 20 01 01 05 EE"        // linkage, one private byte
+    "   80 03 AA BB CC"                       // unknown private descriptor
+    " 1B 6A EB 29"                            // CRC_32
+    // section 1 of 1, section_length 22
+    " 46 F0 16 00 10 C7 01 01 00 20 FF"
+    " 01 02 FD 50 00"                         // 0x0102: present/following, pausing, scrambled
+    " 01 05 FE 30 00"                         // 0x0105: schedule only, not yet running, scrambled
+    " 79 0B B5 A3";                           // CRC_32
+constexpr size_t kSection0Size = 53;
+
+datos_servicios input_of(uint16_t sid_entrada, uint16_t tsid = 0x0010, uint16_t onid = 0x0020)
+{
+    datos_servicios r;
+    r.sid = 9;
+    r.sid_entrada = sid_entrada;
+    r.tsid_entrada = tsid;
+    r.onid_entrada = onid;
+    return r;
+}
+
+// Every field of every section, as a line per section and per service.
+TEST(SdtParser, ReadsEveryFieldOfEverySection)
+{
+    for (const bool actual : {false, true}) {
+        SCOPED_TRACE(actual);
+        tSDT sdt;
+        sdt.procesarSDT(hex(kTwoSections), actual);
+        EXPECT_EQ(sdt.data_size, 78u);
+        EXPECT_EQ(sdt.getSDTVersion() * 10 + sdt.getMaxSectionNumber(), 31); // version 3, sections 0..1
+        std::vector<std::vector<int>> got;
+        for (const auto& s : sdt.secciones) {
+            // Only the last CRC byte is kept, and actual forces 0x42.
+            got.push_back({s->table_id, s->section_syntax_indicator, s->section_length, s->transport_stream_id,
+                           s->original_network_id, s->version_number, s->current_next_indicator, s->section_number,
+                           s->last_section_number, static_cast<int>(s->CRC)});
+            for (const auto& v : s->services.items)
+                got.push_back({v->service_id, v->EIT_schedule_flag, v->EIT_present_following_flag, v->running_status,
+                               v->free_CA_mode, v->descriptors_loop_length, static_cast<int>(v->descriptores.items.size())});
+        }
+        const int table_id = actual ? 0x42 : 0x46;
+        EXPECT_EQ(got, (std::vector<std::vector<int>>{{table_id, 1, 50, 0x0010, 0x0020, 3, 1, 0, 1, 0x29},
+                                                      {0x0101, 1, 1, 4, 0, 33, 4},
+                                                      {table_id, 1, 22, 0x0010, 0x0020, 3, 1, 1, 1, 0xA3},
+                                                      {0x0102, 0, 1, 2, 1, 0, 0},
+                                                      {0x0105, 1, 0, 1, 1, 0, 0}}));
+        const auto& d = sdt.secciones.at(0)->services.items.at(0)->descriptores.items;
+        auto service = std::dynamic_pointer_cast<tavel::DescriptorService>(d.at(1));
+        ASSERT_NE(service, nullptr);
+        EXPECT_EQ(std::make_tuple(service->service_type, service->provider_name, service->service_name),
+                  std::make_tuple(1, std::string("AB"), std::string("CDE")));
+        EXPECT_NE(std::dynamic_pointer_cast<tavel::DescriptorPrivateDataSpecifier>(d[0]), nullptr);
+        EXPECT_NE(std::dynamic_pointer_cast<tavel::DescriptorLinkage>(d[2]), nullptr);
+        EXPECT_EQ(std::to_string(d[3]->descriptor_tag) + " " + tavel::test::to_hex(d[3]->data), "128 AA BB CC");
+    }
+    // section_number above last_section_number: nothing parsed, size kept.
+    tSDT backwards;
+    backwards.procesarSDT(hex("42 F0 0C 00 10 C7 01 00 00 20 FF 00 00 00 00"), true);
+    EXPECT_TRUE(backwards.secciones.empty());
+    EXPECT_EQ(backwards.data_size, 15u);
+    tSDT none;
+    none.procesarSDT(nullptr, 0, true);
+    EXPECT_TRUE(none.secciones.empty());
+}
+
+TEST(SdtParser, CutBufferKeepsWhatWasComplete)
+{
+    const auto whole = hex(kTwoSections);
+    struct Case {
+        size_t size;
+        std::vector<size_t> services_per_section;
+    } cases[] = {
+        {5, {}},                      // header cut
+        {11 + 5 + 20, {0}},           // inside a descriptor of 0x0101
+        {kSection0Size - 2, {1}},     // inside the CRC
+        {kSection0Size, {1}},         // section 1 missing entirely
+        {kSection0Size + 11 + 7, {1, 1}}, // 0x0105 cut
+        {whole.size(), {1, 2}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.size);
+        tSDT sdt;
+        sdt.procesarSDT(std::vector<char>(whole.begin(), whole.begin() + static_cast<long>(c.size)), false);
+        EXPECT_EQ(sdt.data_size, c.size);
+        ASSERT_EQ(sdt.secciones.size(), c.services_per_section.size());
+        for (size_t i = 0; i < c.services_per_section.size(); ++i)
+            EXPECT_EQ(sdt.secciones[i]->services.items.size(), c.services_per_section[i]);
+    }
+    // Every other cut, and lengths pointing far past the end, are survived.
+    for (size_t n = 0; n <= whole.size(); ++n) {
+        tSDT sdt;
+        sdt.procesarSDT(std::vector<char>(whole.begin(), whole.begin() + static_cast<long>(n)), false);
+    }
+    auto lying = whole;
+    lying[1] = static_cast<char>(0xFF); // section_length 0xF32
+    lying[14] = static_cast<char>(0x8F); // descriptors_loop_length 0xF21
+    tSDT sdt;
+    sdt.procesarSDT(lying, false);
+    EXPECT_EQ(sdt.secciones.size(), 1u);
+}
+
+TEST(SdtFile, ReadsStoredTableOnlyWhenLongerThan14Bytes)
+{
+    tavel::test::TempRoot root;
+    const std::string path = "/tavel/datosWeb/tablasSI/SDT_table";
+    std::vector<char> buffer;
+    {
+        tavel::LogCapture log;
+        EXPECT_FALSE(tSDT::leer_archivo_SDT_a_buffer(buffer));
+        EXPECT_TRUE(log.has(LOG_WARNING, "Imposible leer el archivo SDT o archivo SDT no existente. " + path));
+    }
+    ASSERT_TRUE(tavel::write_char_vector_to_file(std::vector<char>(14, 'x'), root(path), false));
+    {
+        tavel::LogCapture log;
+        EXPECT_FALSE(tSDT::leer_archivo_SDT_a_buffer(buffer));
+        EXPECT_EQ(log.count(LOG_WARNING), 0u);
+    }
+    ASSERT_TRUE(tavel::write_char_vector_to_file(hex(kTwoSections), root(path), false));
+    EXPECT_TRUE(tSDT::leer_archivo_SDT_a_buffer(buffer));
+    EXPECT_EQ(buffer, hex(kTwoSections));
+}
+
+TEST(SdtLookup, FindsTheEntryItselfByInputIdentityAndPatternsInInsertionOrder)
+{
+    tSDT sdt;
+    sdt.procesarSDT(hex(kTwoSections), false);
+    EXPECT_EQ(sdt.buscar_servicio(input_of(0x0102)), sdt.secciones[1]->services.items[0]); // its own object
+    EXPECT_EQ(sdt.buscar_servicio(input_of(0x0102, 0x0011)), nullptr);
+    EXPECT_EQ(sdt.buscar_servicio(input_of(0x0102, 0x0010, 0x0021)), nullptr);
+    EXPECT_EQ(sdt.buscar_servicio(input_of(0x0103)), nullptr);
+
+    tavel::SDTPatron patterns;
+    tSDT out;
+    EXPECT_EQ(out.existServiceSDTpatrones(input_of(0x0102)), nullptr); // no collection set
+    out.patrones = &patterns;
+    patterns.addSDTPatron(hex("42 F0 11 00 33 C1 00 00 00 20 FF 01 02 FC 80 00 00 00 00 00")); // tsid 0x0033
+    patterns.addSDTPatron(hex(kTwoSections));
+    EXPECT_EQ(out.existServiceSDTpatrones(input_of(0x0102)), patterns.sdts[1]->secciones[1]->services.items[0]);
+    EXPECT_EQ(out.existServiceSDTpatrones(input_of(0x0102, 0x0033)), patterns.sdts[0]->secciones[0]->services.items[0]);
 }
 
 } // namespace

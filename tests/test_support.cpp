@@ -1,9 +1,14 @@
 #include "test_support.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
+
+#include <tavel/coding.h>
+#include <tavel/file_io.h>
 
 namespace tavel {
 namespace test {
@@ -42,6 +47,36 @@ std::string to_hex(const std::vector<char>& bytes)
         std::snprintf(buf, sizeof buf, i ? " %02X" : "%02X", static_cast<unsigned char>(bytes[i]));
         out += buf;
     }
+    return out;
+}
+
+std::vector<char> seal(std::vector<char> s)
+{
+    const size_t length = s.size() + 4 - 3;
+    s[1] = static_cast<char>((static_cast<unsigned char>(s[1]) & 0xF0) | (length >> 8));
+    s[2] = static_cast<char>(length & 0xFF);
+    const auto crc = static_cast<uint32_t>(mpeg_crc(0xFFFFFFFFUL, s, s.size()));
+    for (int shift = 24; shift >= 0; shift -= 8)
+        s.push_back(static_cast<char>(crc >> shift));
+    return s;
+}
+
+std::vector<std::vector<char>> sections_of(const std::vector<char>& table)
+{
+    std::vector<std::vector<char>> out;
+    for (size_t o = 0; o + 3 <= table.size();) {
+        const size_t size = ((static_cast<unsigned char>(table[o + 1]) & 0x0F) << 8 | static_cast<unsigned char>(table[o + 2])) + 3;
+        const size_t end = std::min(o + size, table.size());
+        out.emplace_back(table.begin() + static_cast<long>(o), table.begin() + static_cast<long>(end));
+        o = end;
+    }
+    return out;
+}
+
+std::vector<char> read_file(const std::string& path)
+{
+    std::vector<char> out;
+    read_char_vector_from_file(path, out);
     return out;
 }
 

@@ -1,4 +1,4 @@
-// Helpers shared by the tests: hex byte arrays and a scratch TAVEL_ROOT.
+// Helpers shared by the tests: hex byte arrays, sections, a scratch TAVEL_ROOT.
 #ifndef TAVEL_TEST_SUPPORT_H
 #define TAVEL_TEST_SUPPORT_H
 
@@ -12,6 +12,12 @@ namespace test {
 std::vector<char> hex(const std::string& text);
 // Bytes to "40 F0 3F".
 std::string to_hex(const std::vector<char>& bytes);
+// Sets section_length for the CRC to come, then appends the CRC_32.
+std::vector<char> seal(std::vector<char> section);
+// A table image cut into its sections by their section_length fields.
+std::vector<std::vector<char>> sections_of(const std::vector<char>& table);
+// A file's bytes; empty when it cannot be read.
+std::vector<char> read_file(const std::string& path);
 
 // A scratch directory set as TAVEL_ROOT for the lifetime of the object;
 // the previous value is restored and the directory removed afterwards.
