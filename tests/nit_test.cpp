@@ -249,6 +249,9 @@ TEST(NitGeneration, PatternDescriptorsAreTakenOverWithTheirRules)
         {"flavour 4 matches no specifier: the LCN first, the pattern's specifier kept", 0x3001, 4,
          "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 27 00 02 00 09 F0 21" + lcn + cable + list +
              " 5F 04 00 00 00 28 99 01 EE"},
+        {"an unlisted flavour matches no specifier: its own 0x29 and the LCN go last", 0x3001, 7,
+         "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 2D 00 02 00 09 F0 27" + cable + list +
+             " 5F 04 00 00 00 28 99 01 EE 5F 04 00 00 00 29" + lcn},
         {"network id 0: the pattern's name \"ABC\" follows ours", 0, 1,
          "00 00 CB 00 00 F0 29 40 05 54 56 4E 45 54 40 03 41 42 43" + taken + " F0 27 00 02 00 09 F0 21" + cable +
              list + " 5F 04 00 00 00 28" + lcn + " 99 01 EE"},
