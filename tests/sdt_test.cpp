@@ -349,7 +349,11 @@ TEST(SdtParser, ReadsEveryFieldOfEverySection)
     for (const bool actual : {false, true}) {
         SCOPED_TRACE(actual);
         tSDT sdt;
-        sdt.procesarSDT(hex(kTwoSections), actual);
+        const auto bytes = hex(kTwoSections);
+        if (actual) // both forms: the vector and the raw pointer
+            sdt.procesarSDT(bytes, true);
+        else
+            sdt.procesarSDT(bytes.data(), static_cast<unsigned short>(bytes.size()), false);
         EXPECT_EQ(sdt.data_size, 78u);
         EXPECT_EQ(sdt.getSDTVersion() * 10 + sdt.getMaxSectionNumber(), 31); // version 3, sections 0..1
         std::vector<std::vector<int>> got;
