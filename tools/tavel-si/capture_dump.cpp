@@ -56,7 +56,7 @@ bool is_capture_file(const std::string& path)
     return tavel::ts_packet_size(head.data(), head.size()) != 0;
 }
 
-json decode_capture(const Input& capture)
+json decode_capture(const Input& capture, const DumpOptions& options)
 {
     json doc;
     doc["file"] = capture.name;
@@ -79,7 +79,7 @@ json decode_capture(const Input& capture)
         json item;
         item["pid"] = s->pid;
         item["repetitions"] = repetitions(*s);
-        const json decoded = decode_section(s->bytes);
+        const json decoded = decode_section(s->bytes, options);
         for (auto& field : decoded.items())
             item[field.key()] = field.value();
         sections.push_back(item);

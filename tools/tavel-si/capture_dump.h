@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "dump.h"
 #include "input.h"
 
 namespace tavel_si {
@@ -18,7 +19,7 @@ bool is_capture_file(const std::string& path);
 
 // {"file", "packet_size", "packets", "errors": {...}, "sections": [...]}: each
 // section as decode_section gives it plus "pid" and "repetitions".
-nlohmann::ordered_json decode_capture(const Input& capture);
+nlohmann::ordered_json decode_capture(const Input& capture, const DumpOptions& options = {});
 
 // The readable form of decode_capture's document.
 void print_capture(const nlohmann::ordered_json& capture, std::ostream& out);

@@ -56,7 +56,7 @@ int run_dump(const std::vector<std::string>& files, const std::vector<unsigned>&
                 std::cerr << "tavel-si: error: FILE: " << error << "\n";
                 return kExitBadInput;
             }
-            captures[i] = decode_capture(input);
+            captures[i] = decode_capture(input, options);
             continue;
         }
         if (!tavel::read_char_vector_from_file(files[i], contents[i])) {
