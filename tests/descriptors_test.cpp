@@ -56,6 +56,14 @@ Ptr time_offsets(std::vector<std::tuple<const char*, unsigned char, unsigned cha
     return d;
 }
 
+std::vector<std::string> texts(const LogCapture& log)
+{
+    std::vector<std::string> out;
+    for (const auto& line : log.lines())
+        out.push_back(line.text);
+    return out;
+}
+
 const std::string kSpainEntry = "45 53 50 02 01 00 EA 5D 01 00 00 02 00"; // ESP, region 0, polarity 0, +1, change, +2
 const std::string kPortugalEntry = "50 52 54 0B 01 00 EA 5D 01 00 00 02 00"; // region 2, polarity 1
 
@@ -200,11 +208,8 @@ TEST(Descriptors, PrintAndFindLogEachStep)
     Descriptor d(0x5F, 2);
     d.data = hex("0A F0");
     d.printDescriptor();
-    ASSERT_EQ(log.lines().size(), 4u);
-    EXPECT_EQ(log.lines()[0].text, "DESCRIPTOR ID: 95");
-    EXPECT_EQ(log.lines()[1].text, "DESCRIPTOR length: 2");
-    EXPECT_EQ(log.lines()[2].text, "DESCRIPTOR DATA: a");
-    EXPECT_EQ(log.lines()[3].text, "DESCRIPTOR DATA: f0");
+    EXPECT_EQ(texts(log), (std::vector<std::string>{"DESCRIPTOR ID: 95", "DESCRIPTOR length: 2", "DESCRIPTOR DATA: a",
+                                                    "DESCRIPTOR DATA: f0"}));
 
     SIVectorDescriptores v;
     v.items.push_back(std::make_shared<DescriptorNetworkName>("a"));
@@ -212,11 +217,9 @@ TEST(Descriptors, PrintAndFindLogEachStep)
     v.items.push_back(std::make_shared<DescriptorPrivateDataSpecifier>(41));
     log.clear();
     EXPECT_EQ(v.find_descriptor(v.items.begin(), v.items.end(), 0x5F), v.items.begin() + 1);
-    ASSERT_EQ(log.lines().size(), 4u);
-    EXPECT_EQ(log.lines()[0].text, "INICIO id 64");
-    EXPECT_EQ(log.lines()[1].text, "FIN id 0"); // end iterator: nothing to report
-    EXPECT_EQ(log.lines()[2].text, "Valores de descriptor id 64 = 95");
-    EXPECT_EQ(log.lines()[3].text, "Valores de descriptor id 95 = 95");
+    // The end iterator has nothing to report: "FIN id 0".
+    EXPECT_EQ(texts(log), (std::vector<std::string>{"INICIO id 64", "FIN id 0", "Valores de descriptor id 64 = 95",
+                                                    "Valores de descriptor id 95 = 95"}));
     EXPECT_EQ(v.find_descriptor(v.items.begin(), v.items.end(), 0x48), v.items.end());
     log.clear();
     EXPECT_EQ(v.find_descriptor(v.items.begin(), v.items.begin(), 0x40), v.items.begin());

@@ -85,12 +85,11 @@ TEST(Crc, SealedBufferVerifiesToZeroAndLogs)
 
 TEST(Bcd, ConversionsAndLimits)
 {
-    EXPECT_EQ(tavel::bin2bcd(0), 0UL);
-    EXPECT_EQ(tavel::bin2bcd(1234), 0x1234UL);
-    EXPECT_EQ(tavel::bin2bcd(99999999), 0x99999999UL);
+    for (auto [bin, bcd] : {std::pair{0UL, 0UL}, {1234UL, 0x1234UL}, {99999999UL, 0x99999999UL}}) {
+        EXPECT_EQ(tavel::bin2bcd(bin), bcd);
+        EXPECT_EQ(tavel::bcd2bin(bcd), bin);
+    }
     EXPECT_EQ(tavel::bin2bcd(123456789), 0x23456789UL); // ninth digit dropped
-    EXPECT_EQ(tavel::bcd2bin(0x1234), 1234UL);
-    EXPECT_EQ(tavel::bcd2bin(0x99999999UL), 99999999UL);
     EXPECT_EQ(tavel::bcd2bin(0x1A), 20UL); // nibble 10 counts as 10
     EXPECT_EQ(tavel::bin_2_bcd4(59), 0x59);
     EXPECT_EQ(tavel::bin_2_bcd4(123), 0xC3); // not rejected
@@ -151,24 +150,13 @@ TEST(DvbTextEncoding, SelectorTable)
         const char* name;
         unsigned short pos;
     } cases[] = {
-        {"", "", 0},
-        {"\x00"s + "abc", "", 0},
-        {"abc", "ISO-8859-1", 0},
-        {"\xFF", "ISO-8859-1", 0},
-        {"\x01x", "ISO-8859-5", 1},
-        {"\x0Bx", "ISO-8859-15", 1},
-        {"\x08x", "", 1},
-        {"\x11x", "UTF-16", 1},
-        {"\x15x", "UTF-8", 1},
-        {"\x14x", "BIG-5", 1},
-        {"\x10\x00\x02x"s, "ISO-8859-2", 3},
-        {"\x10\x00\x0F"s, "ISO-8859-15", 3},
-        {"\x10\x00\x0C"s, "", 3},
-        {"\x10\x00\x10"s, "", 3},
-        {"\x10\x01\x02"s, "", 3},
+        {"", "", 0},          {"\x00"s + "abc", "", 0},       {"abc", "ISO-8859-1", 0},
+        {"\xFF", "ISO-8859-1", 0}, {"\x01x", "ISO-8859-5", 1},  {"\x0Bx", "ISO-8859-15", 1},
+        {"\x08x", "", 1},       {"\x11x", "UTF-16", 1},         {"\x15x", "UTF-8", 1},
+        {"\x14x", "BIG-5", 1},  {"\x10\x00\x02x"s, "ISO-8859-2", 3}, {"\x10\x00\x0F"s, "ISO-8859-15", 3},
+        {"\x10\x00\x0C"s, "", 3}, {"\x10\x00\x10"s, "", 3},       {"\x10\x01\x02"s, "", 3},
         {"\x10\x00"s, "", 1}, // too short for the three-byte selector
-        {"\x1F\x01x", "", 2},
-        {"\x1F", "", 1},
+        {"\x1F\x01x", "", 2},   {"\x1F", "", 1},
     };
     tavel::LogCapture log;
     for (const auto& c : cases) {

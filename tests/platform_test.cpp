@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <csignal>
 #include <iterator>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sys/resource.h>
 #include <syslog.h>
 
 #include <tavel/file_io.h>
@@ -57,27 +55,6 @@ TEST(FileIo, WriteCreatesDirectoriesReplacesAndReadsBack)
     EXPECT_EQ(entries(fs::path(path).parent_path()), 1u);
     ASSERT_NE(tavel::write_char_vector_to_file({}, path, false), 0);
     EXPECT_EQ(fs::file_size(path), 0u);
-}
-
-// A write cut short (file size limit, which holds for root too) keeps the old
-// file and removes the temporary.
-TEST(FileIo, FailedWriteKeepsOldFile)
-{
-    tavel::test::TempRoot root;
-    const std::string path = root("/tables/TOT_table");
-    ASSERT_NE(tavel::write_char_vector_to_file(hex("73 F0"), path, false), 0);
-    rlimit saved{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-    rlimit small = saved;
-    small.rlim_cur = 4;
-    auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-    const int result = tavel::write_char_vector_to_file(std::vector<char>(64, 'x'), path, false);
-    ::setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, old_handler);
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(slurp(path), std::string("\x73\xF0", 2));
-    EXPECT_EQ(entries(root("/tables")), 1u);
 }
 
 TEST(FileIo, FailedRenameAndReadKeepWhatWasThere)

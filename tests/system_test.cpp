@@ -179,17 +179,14 @@ TEST(Ip4, TextToInteger)
         {"232.0.1.1", 0xE8000101u},   {"256.1.1.1", 0}, {" 1.2.3.4", 0}, {"1.2.3.4 ", 0},
         {"", 0},                      {"1.2.3", 0},     {"01.2.3.4", 0},  {"::1", 0},
     };
-    for (const auto& [text, value] : cases)
+    for (const auto& [text, value] : cases) {
         EXPECT_EQ(tavel::ip4StringToInt(text), value) << '"' << text << '"';
-}
-
-TEST(Ip4, IntegerToTextIsAlways15CharactersNulPadded)
-{
-    const std::pair<unsigned int, std::string> cases[] = {
-        {0xC0A80101u, "192.168.1.1"}, {0, "0.0.0.0"}, {0xFFFFFFFFu, "255.255.255.255"}, {0xE8000101u, "232.0.1.1"},
-    };
-    for (const auto& [value, text] : cases)
-        EXPECT_EQ(tavel::intToIp4String(value), text + std::string(15 - text.size(), '\0')) << text;
+        // Back to text, always 15 characters, NUL-padded.
+        const std::string back(text);
+        if (value != 0 || back == "0.0.0.0") {
+            EXPECT_EQ(tavel::intToIp4String(value), back + std::string(15 - back.size(), '\0')) << text;
+        }
+    }
 }
 
 TEST(Ip4, MulticastRangeEdges)
