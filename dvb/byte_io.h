@@ -64,11 +64,22 @@ public:
     // The bytes [i, i+n) clipped to the window.
     std::vector<char> slice(size_t i, size_t n) const
     {
+        const View v = view(i, n);
+        return std::vector<char>(v.data, v.data + v.size);
+    }
+
+    // The same bytes without a copy; valid while the buffer is.
+    struct View {
+        const char* data;
+        size_t size;
+    };
+    View view(size_t i, size_t n) const
+    {
         if (i >= size())
-            return {};
+            return {data_ + end_, 0};
         if (n > size() - i)
             n = size() - i;
-        return std::vector<char>(data_ + begin_ + i, data_ + begin_ + i + n);
+        return {data_ + begin_ + i, n};
     }
 
 private:

@@ -8,6 +8,8 @@
 
 #include <tavel/constants.h>
 
+#include "dvb/dvb_text_decode.h"
+#include "dvb/text_fast_path.h"
 #include "platform/log.h"
 
 namespace tavel {
@@ -38,21 +40,21 @@ private:
     iconv_t cd_;
 };
 
-} // namespace
-
-std::string dvb_string_get_encoding(const std::string& text, unsigned short& pos)
+// The selector part of dvb_string_get_encoding; debug: whether its trace is wanted.
+std::string encoding_of(const char* text, size_t size, unsigned short& pos, bool debug)
 {
-    if (text.empty())
+    if (size == 0)
         return "";
     const uint8_t first = static_cast<uint8_t>(text[0]);
-    tavel::log(LOG_DEBUG, "PRIMER CARACTER %x", first);
+    if (debug)
+        tavel::log(LOG_DEBUG, "PRIMER CARACTER %x", first);
     if (first == 0)
         return "";
     if (first >= kFirstPrintable)
         return constants::kDefaultCharset;
 
     pos += 1;
-    if (first == kSelectorExtendedTable && text.size() >= 3) {
+    if (first == kSelectorExtendedTable && size >= 3) {
         pos += 2;
         const uint8_t second = static_cast<uint8_t>(text[1]);
         const uint8_t table = static_cast<uint8_t>(text[2]);
@@ -60,7 +62,7 @@ std::string dvb_string_get_encoding(const std::string& text, unsigned short& pos
             return constants::kSelector10Charsets[table];
         return "";
     }
-    if (first == kSelectorEncodingTypeId && text.size() > 1) {
+    if (first == kSelectorEncodingTypeId && size > 1) {
         // encoding_type_id is not supported: the text comes back as it is.
         pos += 1;
         return "";
@@ -68,28 +70,16 @@ std::string dvb_string_get_encoding(const std::string& text, unsigned short& pos
     return constants::kFirstByteCharsets[first];
 }
 
-std::string DVB_text_decode(std::string text)
+// False, with the error logged, when the conversion failed.
+bool iconv_to_target(const std::string& name, std::string& body, std::string& result)
 {
-    tavel::log(LOG_DEBUG, "String ORGINAL %s", text.c_str());
-    if (text.empty())
-        return "";
-
-    unsigned short pos = 0;
-    const std::string name = dvb_string_get_encoding(text, pos);
-    tavel::log(LOG_DEBUG, "ENCODING %s", name.c_str());
-    std::string body = pos < text.size() ? text.substr(pos) : std::string();
     const size_t n = body.size();
-    if (name.empty() || n == 0)
-        return body;
-    if (name == constants::kTargetCharset)
-        return body;
-
     IconvHandle cd(constants::kTargetCharset, name.c_str());
     if (!cd.ok()) {
         const int err = errno;
         tavel::log(LOG_ERR, "iconv_open: couldn't convert from %s to %s (%m) %i %i %i\n", name.c_str(),
                    constants::kTargetCharset, err, EINVAL, ENOMEM);
-        return body;
+        return false;
     }
 
     // One byte more than the conversion may fill, for the terminating zero.
@@ -103,14 +93,57 @@ std::string DVB_text_decode(std::string text)
         const int err = errno;
         tavel::log(LOG_ERR, "iconv: couldn't convert from %s to %s (%m) %i\n", name.c_str(), constants::kTargetCharset,
                    err);
-        return body;
+        return false;
     }
     if (in_left > 0)
         tavel::log(LOG_ERR, "partial conversion from %s to %s\n", name.c_str(), constants::kTargetCharset);
     *out_ptr = '\0';
-    std::string result(out.data());
-    tavel::log(LOG_DEBUG, "STRING FINAL %s", result.c_str());
+    result = out.data();
+    return true;
+}
+
+} // namespace
+
+namespace text {
+
+std::string decode(const char* data, size_t size, Conversion conversion)
+{
+    // One mask check instead of four masked calls per name.
+    const bool debug = log_wanted(LOG_DEBUG);
+    if (debug)
+        tavel::log(LOG_DEBUG, "String ORGINAL %s", std::string(data, size).c_str());
+    if (size == 0)
+        return "";
+
+    unsigned short pos = 0;
+    const std::string name = encoding_of(data, size, pos, debug);
+    if (debug)
+        tavel::log(LOG_DEBUG, "ENCODING %s", name.c_str());
+    if (name.empty() || pos >= size || name == constants::kTargetCharset)
+        return pos < size ? std::string(data + pos, size - pos) : std::string();
+
+    std::string result;
+    if (conversion == Conversion::iconv_only || !fast_to_utf8(name, data + pos, size - pos, result)) {
+        std::string body(data + pos, size - pos);
+        // A failed conversion gives the text back as it came.
+        if (!iconv_to_target(name, body, result))
+            return body;
+    }
+    if (debug)
+        tavel::log(LOG_DEBUG, "STRING FINAL %s", result.c_str());
     return result;
+}
+
+} // namespace text
+
+std::string dvb_string_get_encoding(const std::string& text, unsigned short& pos)
+{
+    return encoding_of(text.data(), text.size(), pos, log_wanted(LOG_DEBUG));
+}
+
+std::string DVB_text_decode(std::string text)
+{
+    return text::decode(text.data(), text.size());
 }
 
 } // namespace tavel

@@ -59,6 +59,12 @@ void log(int priority, const char* format, ...)
     errno = saved_errno;
 }
 
+bool log_wanted(int priority)
+{
+    // setlogmask(0) reads the mask without changing it.
+    return active_capture != nullptr || (setlogmask(0) & LOG_MASK(LOG_PRI(priority))) != 0;
+}
+
 LogCapture::LogCapture() : previous_(active_capture) { active_capture = this; }
 
 LogCapture::~LogCapture() { active_capture = previous_; }

@@ -12,6 +12,13 @@ namespace tavel {
 // format attribute is left off; the tests check the lines that matter.
 void log(int priority, const char* format, ...);
 
+// True when a line of this priority would be recorded: the process log mask
+// lets it through, or a capture is active on this thread. A check costs about
+// as much as a masked log call, so loops check once and skip both the call
+// and the building of its arguments; a mask changed during that loop is
+// seen from the next call on.
+bool log_wanted(int priority);
+
 struct LogLine {
     int priority;
     std::string text;

@@ -20,6 +20,16 @@ std::vector<char> generate_nit(const std::vector<Stream>& streams);
 std::vector<char> generate_sdt(const std::vector<Service>& services);
 std::vector<char> generate_tot(const std::vector<Offset>& offsets, int64_t unix_time);
 
+// The NIT again, generated as the headend does when its inputs carry NITs:
+// the pattern NITs (table bytes) are added to the object, their network
+// descriptors and transport streams looked through, then the table is made.
+std::vector<char> generate_nit_with_patterns(const std::vector<Stream>& streams,
+                                             const std::vector<std::vector<char>>& patterns);
+// Only the caller's part of generate_nit: the tNIT filled and dropped.
+size_t describe_nit_only(const std::vector<Stream>& streams);
+// Pattern NITs of count input networks (8 cable TS each) as table bytes.
+std::vector<std::vector<char>> pattern_nits(int count);
+
 Parsed parse_nit(const std::vector<char>& table);
 Parsed parse_sdt(const std::vector<char>& table);
 Parsed parse_tot(const std::vector<char>& table);

@@ -1,10 +1,9 @@
 #include <tavel/service_descriptors.h>
 
-#include <tavel/dvb_text.h>
-
 #include <utility>
 
 #include "dvb/byte_io.h"
+#include "dvb/dvb_text_decode.h"
 
 namespace tavel {
 
@@ -58,14 +57,14 @@ void DescriptorService::procesarDatos()
     bytes::Reader r(data, 0, descriptor_length);
     service_type = r.u8(0);
     const size_t provider_size = r.u8(1);
-    const std::vector<char> provider = r.slice(2, provider_size);
-    provider_name = DVB_text_decode(std::string(provider.begin(), provider.end()));
+    const bytes::Reader::View provider = r.view(2, provider_size);
+    provider_name = text::decode(provider.data, provider.size);
     provider_charset = kSelectorUtf8;
 
     const size_t name_offset = 2 + provider_size;
     const size_t name_size = r.u8(name_offset);
-    const std::vector<char> name = r.slice(name_offset + 1, name_size);
-    service_name = DVB_text_decode(std::string(name.begin(), name.end()));
+    const bytes::Reader::View name = r.view(name_offset + 1, name_size);
+    service_name = text::decode(name.data, name.size);
     service_name_charset = kSelectorUtf8;
 }
 

@@ -22,6 +22,7 @@ void DescriptorServiceList::procesarDatos()
 {
     services.clear();
     bytes::Reader r(data, 0, descriptor_length);
+    services.reserve(r.size() / kServiceListEntrySize);
     for (size_t i = 0; r.has(i, kServiceListEntrySize); i += kServiceListEntrySize)
         services.push_back({r.u16(i), r.u8(i + 2)});
 }

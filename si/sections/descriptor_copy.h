@@ -12,8 +12,8 @@ namespace tavel {
 // the payload bytes as they stand.
 void append_descriptors(std::vector<char>& out, SIVectorDescriptores& descriptors);
 
-// First two bytes of every section: table_id, then the flags with the 12-bit
-// section_length.
+// First three bytes of every section: table_id, then the flags with the
+// 12-bit section_length. Makes room in out for the whole section.
 void append_section_start(std::vector<char>& out, unsigned table_id, unsigned syntax_indicator,
                           unsigned section_length);
 

@@ -21,10 +21,13 @@ void SISection::generar_crc()
     std::vector<char> buffer;
     buffer.reserve(section_length + 3u);
     const unsigned short n = copy_section_to_buffer(buffer, false);
-    tavel::log(LOG_DEBUG, "generar_crc: %d", n - 4);
+    const bool debug = log_wanted(LOG_DEBUG);
+    if (debug)
+        tavel::log(LOG_DEBUG, "generar_crc: %d", n - 4);
     // The CRC covers everything but its own 4 bytes.
     CRC = static_cast<uint32_t>(mpeg_crc(0xFFFFFFFFUL, buffer, n >= 4 ? n - 4u : 0u));
-    tavel::log(LOG_DEBUG, "section_CRC: %d", static_cast<int>(static_cast<int32_t>(CRC)));
+    if (debug)
+        tavel::log(LOG_DEBUG, "section_CRC: %d", static_cast<int>(static_cast<int32_t>(CRC)));
 }
 
 } // namespace tavel

@@ -10,11 +10,27 @@ namespace tavel {
 
 namespace {
 
+// Entries of a loop of the given length at pos whose fixed part (header
+// bytes, with the length of what follows at length_at) lies in the buffer;
+// for sizing the list before it is filled.
+size_t count_entries(const bytes::Reader& in, size_t pos, unsigned loop_length, size_t header, size_t length_at,
+                     bool twelve_bit)
+{
+    size_t n = 0;
+    for (unsigned consumed = 0; consumed < loop_length && in.has(pos, header); ++n) {
+        const unsigned length = twelve_bit ? in.u12(pos + length_at) : in.u8(pos + length_at);
+        pos += header + length;
+        consumed += static_cast<unsigned>(header) + length;
+    }
+    return n;
+}
+
 // Reads one descriptor loop of the given length starting at pos. False when
 // a descriptor would run past the end of the buffer; pos is then left at it.
 bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_length,
                           SIVectorDescriptores& into)
 {
+    into.items.reserve(into.items.size() + count_entries(in, pos, loop_length, 2, 1, false));
     unsigned consumed = 0;
     while (consumed < loop_length) {
         if (!in.has(pos, 2))
@@ -26,7 +42,8 @@ bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_le
         auto descriptor = Descriptor::getPtrDescriptorType(tag);
         descriptor->descriptor_tag = tag;
         descriptor->descriptor_length = length;
-        descriptor->data = in.slice(pos + 2, length);
+        const bytes::Reader::View payload = in.view(pos + 2, length);
+        descriptor->data.assign(payload.data, payload.data + payload.size);
         descriptor->procesarDatos();
         into.items.push_back(std::move(descriptor));
         pos += 2u + length;
@@ -58,6 +75,7 @@ bool read_section(const bytes::Reader& in, size_t o, SISectionNIT& s, size_t& ne
         return false;
     s.transport_stream_loop_length = in.u12(pos);
     pos += 2;
+    s.transport_streams.items.reserve(count_entries(in, pos, s.transport_stream_loop_length, 6, 4, true));
     unsigned consumed = 0;
     while (consumed < s.transport_stream_loop_length) {
         if (!in.has(pos, 6))

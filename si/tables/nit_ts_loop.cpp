@@ -96,6 +96,49 @@ void append_descriptor(NITTS& ts, std::shared_ptr<Descriptor> d)
     ts.descriptores.items.push_back(std::move(d));
 }
 
+// The delivery and list descriptors of the generation steps below; the
+// public steps log their milestone and call these, the TS loop logs it only
+// when the mask lets it through.
+void add_cable_delivery(const datos_salidas& salida, NITTS& ts)
+{
+    // The outputs hold a modulation index; the wire code is one above it. FEC outer RS(204/188), inner none.
+    auto cable = std::make_shared<DescriptorCableDeliverySystem>(
+        salida.frecuencia, static_cast<unsigned long>(salida.symbol_rate),
+        static_cast<unsigned char>((salida.modulacion + 1) & 0xFF), 2, 15);
+    cable->generateDataVector();
+    append_descriptor(ts, std::move(cable));
+}
+
+void add_terrestrial_delivery(const datos_salidas& salida, const std::string& pais, NITTS& ts)
+{
+    std::shared_ptr<DescriptorTerrestrialDeliverySystem> terrestrial;
+    if (publishes_no_terrestrial_parameters(pais)) {
+        // These territories publish no real terrestrial parameters; receivers there expect this form.
+        terrestrial =
+            std::make_shared<DescriptorTerrestrialDeliverySystem>(0xFFFFFFFFUL, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+    } else {
+        terrestrial = std::make_shared<DescriptorTerrestrialDeliverySystem>(
+            salida.frecuencia, static_cast<unsigned char>(salida.ancho_banda), 1, 0, 0,
+            static_cast<unsigned char>(salida.modulacion), 0, static_cast<unsigned char>(salida.code_rate), 7,
+            static_cast<unsigned char>(salida.intervalo_guarda), static_cast<unsigned char>(salida.modo_transmision),
+            0);
+    }
+    terrestrial->generateDataVector();
+    append_descriptor(ts, std::move(terrestrial));
+}
+
+void add_service_list(const datos_salidas& salida, NITTS& ts)
+{
+    if (salida.servicios.empty())
+        return;
+    auto list = std::make_shared<DescriptorServiceList>();
+    list->services.reserve(salida.servicios.size());
+    for (const auto& servicio : salida.servicios)
+        list->addNewService(servicio.second.sid, static_cast<unsigned char>(servicio.second.tipo_servicio));
+    list->generateDataVector();
+    append_descriptor(ts, std::move(list));
+}
+
 bool ts_taken_from_pattern(const std::vector<std::pair<uint16_t, uint16_t>>& list, uint16_t tsid, uint16_t onid)
 {
     return std::find(list.begin(), list.end(), std::make_pair(tsid, onid)) != list.end();
@@ -110,53 +153,74 @@ void tNIT::generar_TS_loop()
         return;
     if (!seccion_actual)
         generar_cabecera_primera_section();
+    // Checked once: lines the mask drops are not even built in the loop.
+    const bool info = log_wanted(LOG_INFO);
+    const bool debug = log_wanted(LOG_DEBUG);
     // Look-ups by TSID below may add empty outputs; map iterators stay valid.
     for (auto it = salidas.begin(); it != salidas.end(); ++it) {
         const datos_salidas& salida = it->second;
-        tavel::log(LOG_DEBUG, "Generate TS Loop. TSID %hi y ONID %hi", salida.tsid, salida.onid);
+        if (debug)
+            tavel::log(LOG_DEBUG, "Generate TS Loop. TSID %hi y ONID %hi", salida.tsid, salida.onid);
         auto ts = std::make_unique<NITTS>(salida.tsid, salida.onid);
-        tavel::log(LOG_DEBUG, "Tipo Salida %u", static_cast<unsigned>(salida.tipo_salida));
+        // Delivery, service list, specifier and LCN: one allocation for the usual entry.
+        ts->descriptores.items.reserve(4);
+        if (debug)
+            tavel::log(LOG_DEBUG, "Tipo Salida %u", static_cast<unsigned>(salida.tipo_salida));
 
-        if (salida.tipo_salida == 1)
-            generate_cable_delivery_system_descriptor(salida, ts);
-        else if (salida.tipo_salida == 0)
-            generate_terrestrial_delivery_system_descriptor(salida, ts);
+        if (salida.tipo_salida == 1) {
+            if (info)
+                tavel::log(LOG_INFO, "Generate cable delivery descriptor");
+            add_cable_delivery(salida, *ts);
+        } else if (salida.tipo_salida == 0) {
+            if (info)
+                tavel::log(LOG_INFO, "Generate terrestrial delivery system descriptor");
+            add_terrestrial_delivery(salida, pais, *ts);
+        }
 
-        if (con_service_list == 1)
-            generate_service_list_descriptor(salida.tsid, ts);
+        if (con_service_list == 1) {
+            if (info)
+                tavel::log(LOG_INFO, "Generate service list descriptor");
+            // May add an empty output under that TSID, as it always has.
+            add_service_list(salidas[salida.tsid], *ts);
+        }
 
         unsigned short pds_position = 0;
         for (const auto& patron : nitPatron.patrones) {
             if (!patron)
                 continue;
-            tavel::log(LOG_DEBUG, "NIT patron con NID %i", patron->secciones.empty() || !patron->secciones.front()
-                                                                   ? 0
-                                                                   : patron->secciones.front()->network_id);
+            if (debug)
+                tavel::log(LOG_DEBUG, "NIT patron con NID %i", patron->secciones.empty() || !patron->secciones.front()
+                                                                       ? 0
+                                                                       : patron->secciones.front()->network_id);
             for (const auto& seccion : patron->secciones) {
                 if (!seccion)
                     continue;
                 for (const auto& entry : seccion->transport_streams.items) {
                     if (!entry)
                         continue;
-                    tavel::log(LOG_DEBUG, "buscamos TSID %hu ONID %hu", entry->transport_stream_id,
-                               entry->original_network_id);
+                    if (debug)
+                        tavel::log(LOG_DEBUG, "buscamos TSID %hu ONID %hu", entry->transport_stream_id,
+                                   entry->original_network_id);
                     if (!ts_taken_from_pattern(ts_desde_patron, entry->transport_stream_id,
                                                entry->original_network_id))
                         continue;
-                    tavel::log(LOG_DEBUG, "SE COGEN DESCRIPTORES DEL TS: %hu %hu PARA LA NIT DE SALIDA",
-                               entry->transport_stream_id, entry->original_network_id);
+                    if (debug)
+                        tavel::log(LOG_DEBUG, "SE COGEN DESCRIPTORES DEL TS: %hu %hu PARA LA NIT DE SALIDA",
+                                   entry->transport_stream_id, entry->original_network_id);
                     for (const auto& d : entry->descriptores.items) {
                         if (!d)
                             continue;
-                        tavel::log(LOG_DEBUG, "DESCRIPTOR ID %i", d->descriptor_tag);
+                        if (debug)
+                            tavel::log(LOG_DEBUG, "DESCRIPTOR ID %i", d->descriptor_tag);
                         if (never_taken_from_pattern(d->descriptor_tag))
                             continue;
                         if (d->descriptor_tag == kPrivateDataSpecifierTag) {
                             if (specifier_matches_flavour(specifier_value(d), tipo_lcn))
                                 pds_position = static_cast<unsigned short>(ts->descriptores.items.size() + 1);
                         } else {
-                            tavel::log(LOG_DEBUG, "Insertamos descriptor con id %hhu y tamaño %hhu",
-                                       d->descriptor_tag, d->descriptor_length);
+                            if (debug)
+                                tavel::log(LOG_DEBUG, "Insertamos descriptor con id %hhu y tamaño %hhu",
+                                           d->descriptor_tag, d->descriptor_length);
                         }
                         // Shared with the pattern, not copied.
                         append_descriptor(*ts, d);
@@ -183,44 +247,19 @@ void tNIT::generar_TS_loop()
 void tNIT::generate_cable_delivery_system_descriptor(const datos_salidas& salida, std::unique_ptr<NITTS>& ts)
 {
     tavel::log(LOG_INFO, "Generate cable delivery descriptor");
-    // The outputs hold a modulation index; the wire code is one above it. FEC outer RS(204/188), inner none.
-    auto cable = std::make_shared<DescriptorCableDeliverySystem>(
-        salida.frecuencia, static_cast<unsigned long>(salida.symbol_rate),
-        static_cast<unsigned char>((salida.modulacion + 1) & 0xFF), 2, 15);
-    cable->generateDataVector();
-    append_descriptor(*ts, std::move(cable));
+    add_cable_delivery(salida, *ts);
 }
 
 void tNIT::generate_terrestrial_delivery_system_descriptor(const datos_salidas& salida, std::unique_ptr<NITTS>& ts)
 {
     tavel::log(LOG_INFO, "Generate terrestrial delivery system descriptor");
-    std::shared_ptr<DescriptorTerrestrialDeliverySystem> terrestrial;
-    if (publishes_no_terrestrial_parameters(pais)) {
-        // These territories publish no real terrestrial parameters; receivers there expect this form.
-        terrestrial =
-            std::make_shared<DescriptorTerrestrialDeliverySystem>(0xFFFFFFFFUL, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
-    } else {
-        terrestrial = std::make_shared<DescriptorTerrestrialDeliverySystem>(
-            salida.frecuencia, static_cast<unsigned char>(salida.ancho_banda), 1, 0, 0,
-            static_cast<unsigned char>(salida.modulacion), 0, static_cast<unsigned char>(salida.code_rate), 7,
-            static_cast<unsigned char>(salida.intervalo_guarda), static_cast<unsigned char>(salida.modo_transmision),
-            0);
-    }
-    terrestrial->generateDataVector();
-    append_descriptor(*ts, std::move(terrestrial));
+    add_terrestrial_delivery(salida, pais, *ts);
 }
 
 void tNIT::generate_service_list_descriptor(unsigned short tsid, std::unique_ptr<NITTS>& ts)
 {
     tavel::log(LOG_INFO, "Generate service list descriptor");
-    const datos_salidas& salida = salidas[tsid];
-    if (salida.servicios.empty())
-        return;
-    auto list = std::make_shared<DescriptorServiceList>();
-    for (const auto& servicio : salida.servicios)
-        list->addNewService(servicio.second.sid, static_cast<unsigned char>(servicio.second.tipo_servicio));
-    list->generateDataVector();
-    append_descriptor(*ts, std::move(list));
+    add_service_list(salidas[tsid], *ts);
 }
 
 void tNIT::generate_lcn_descriptor(unsigned short tsid, unsigned short tipo_lcn, unsigned short pds_position,

@@ -73,7 +73,10 @@ SISectionSDT* tSDT::generar_cabecera_section()
 void tSDT::generar_service_loop()
 {
     num_service = 0;
-    tavel::log(LOG_DEBUG, "generar_service_loop");
+    // Checked once: with debug masked, the loop builds no log line at all.
+    const bool debug = log_wanted(LOG_DEBUG);
+    if (debug)
+        tavel::log(LOG_DEBUG, "generar_service_loop");
     if (servicios.empty())
         return;
     if (!seccionActual)
@@ -81,22 +84,26 @@ void tSDT::generar_service_loop()
 
     for (const auto& entry : servicios) {
         const datos_servicios& record = entry.second;
-        tavel::log(LOG_DEBUG, "generar_service_loop service id %hu", record.sid);
+        if (debug)
+            tavel::log(LOG_DEBUG, "generar_service_loop service id %hu", record.sid);
         std::shared_ptr<SDTServices> input = existServiceSDTpatrones(record);
         auto service = std::make_shared<SDTServices>(record.sid, 0, 0, 0, 0);
 
         if (input) {
             service->running_status = input->running_status;
-            tavel::log(LOG_DEBUG,
-                       "generar_service_loop modoScrambling %i SDTServiceEntrada->free_CA_mode %i "
-                       "ervicioActual.second.Descifrar %i",
-                       modoScrambling, input->free_CA_mode, record.Descifrar);
+            if (debug)
+                tavel::log(LOG_DEBUG,
+                           "generar_service_loop modoScrambling %i SDTServiceEntrada->free_CA_mode %i "
+                           "ervicioActual.second.Descifrar %i",
+                           modoScrambling, input->free_CA_mode, record.Descifrar);
             if (modoScrambling != 0) {
                 service->free_CA_mode = 1;
             } else {
-                tavel::log(LOG_DEBUG,
-                           "generar_service_loop SDTServiceEntrada->free_CA_mode %i ervicioActual.second.Descifrar %i",
-                           input->free_CA_mode, record.Descifrar);
+                if (debug)
+                    tavel::log(LOG_DEBUG,
+                               "generar_service_loop SDTServiceEntrada->free_CA_mode %i "
+                               "ervicioActual.second.Descifrar %i",
+                               input->free_CA_mode, record.Descifrar);
                 if (input->free_CA_mode == 1 && record.Descifrar != 0) {
                     service->free_CA_mode = 0;
                     // Written back into the pattern on purpose: every later output
@@ -117,15 +124,20 @@ void tSDT::generar_service_loop()
                 }
                 auto copy = copy_service_descriptor(descriptor);
                 copy->setProvider(constants::kMakerLabel);
-                tavel::log(LOG_DEBUG, "generar_service_loop Cambiando provider de servicio con SID %hu a %s de tamaño %i",
-                           record.sid, constants::kMakerLabel, static_cast<int>(record.proveedor.size()));
-                if (record.cambiar_nombre == 1) {
+                if (debug)
                     tavel::log(LOG_DEBUG,
-                               "generar_service_loop Cambiando nombre de servicio con SID %hu a %s de tamaño %i",
-                               service->service_id, record.nombre.c_str(), static_cast<int>(record.nombre.size()));
+                               "generar_service_loop Cambiando provider de servicio con SID %hu a %s de tamaño %i",
+                               record.sid, constants::kMakerLabel, static_cast<int>(record.proveedor.size()));
+                if (record.cambiar_nombre == 1) {
+                    if (debug)
+                        tavel::log(LOG_DEBUG,
+                                   "generar_service_loop Cambiando nombre de servicio con SID %hu a %s de tamaño %i",
+                                   service->service_id, record.nombre.c_str(),
+                                   static_cast<int>(record.nombre.size()));
                     copy->setName(record.nombre);
                 }
-                tavel::log(LOG_DEBUG, "generar_service_loop TIPO SALIDA %i", record.tipo_servicio);
+                if (debug)
+                    tavel::log(LOG_DEBUG, "generar_service_loop TIPO SALIDA %i", record.tipo_servicio);
                 copy->service_type = static_cast<unsigned char>(record.tipo_servicio & 0xFF);
                 copy->generateDataVector();
                 service->descriptors_loop_length =
@@ -152,16 +164,20 @@ void tSDT::generar_service_loop()
         if (seccionActual->espacio_libre_seccion <= service->descriptors_loop_length + 4)
             cerrar_seccion(false);
 
-        tavel::log(LOG_DEBUG, "generar_service_loop push back");
+        if (debug)
+            tavel::log(LOG_DEBUG, "generar_service_loop push back");
         const uint16_t entry_size = static_cast<uint16_t>(service->descriptors_loop_length + 5);
         seccionActual->services.items.push_back(std::move(service));
         seccionActual->espacio_libre_seccion = static_cast<uint16_t>(seccionActual->espacio_libre_seccion - entry_size);
-        tavel::log(LOG_DEBUG, "generar_service_loop seccionActual->espacio_libre_seccion %i",
-                   seccionActual->espacio_libre_seccion);
+        if (debug)
+            tavel::log(LOG_DEBUG, "generar_service_loop seccionActual->espacio_libre_seccion %i",
+                       seccionActual->espacio_libre_seccion);
         seccionActual->section_length = static_cast<uint16_t>(seccionActual->section_length + entry_size);
-        tavel::log(LOG_DEBUG, "generar_service_loop seccionActual->length %i", seccionActual->section_length);
+        if (debug)
+            tavel::log(LOG_DEBUG, "generar_service_loop seccionActual->length %i", seccionActual->section_length);
         ++num_service;
-        tavel::log(LOG_DEBUG, "generar_service_loop num_service %i", num_service);
+        if (debug)
+            tavel::log(LOG_DEBUG, "generar_service_loop num_service %i", num_service);
     }
 }
 

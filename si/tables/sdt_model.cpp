@@ -39,17 +39,22 @@ bool tSDT::leer_archivo_SDT_a_buffer(std::vector<char>& buffer)
 
 std::shared_ptr<SDTServices> tSDT::buscar_servicio(const datos_servicios& record)
 {
+    // One check for the whole search: it logs a line per service compared.
+    const bool debug = log_wanted(LOG_DEBUG);
     // The output sid is logged here, not the input one; operators read it so.
-    tavel::log(LOG_DEBUG, "Buscar_servicio SID %i TSID %i ONID %i", record.sid, record.tsid_entrada,
-               record.onid_entrada);
+    if (debug)
+        tavel::log(LOG_DEBUG, "Buscar_servicio SID %i TSID %i ONID %i", record.sid, record.tsid_entrada,
+                   record.onid_entrada);
     for (const auto& section : secciones) {
         for (const auto& service : section->services.items) {
-            tavel::log(LOG_DEBUG, "Buscar_servicio SID %i = %i TSID %i = %i ONID %i = %i", record.sid_entrada,
-                       service->service_id, record.tsid_entrada, section->transport_stream_id, record.onid_entrada,
-                       section->original_network_id);
+            if (debug)
+                tavel::log(LOG_DEBUG, "Buscar_servicio SID %i = %i TSID %i = %i ONID %i = %i", record.sid_entrada,
+                           service->service_id, record.tsid_entrada, section->transport_stream_id,
+                           record.onid_entrada, section->original_network_id);
             if (section->transport_stream_id == record.tsid_entrada &&
                 section->original_network_id == record.onid_entrada && service->service_id == record.sid_entrada) {
-                tavel::log(LOG_DEBUG, "Buscar_servicio ENCONTRADO");
+                if (debug)
+                    tavel::log(LOG_DEBUG, "Buscar_servicio ENCONTRADO");
                 return service;
             }
         }

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <sstream>
 #include <syslog.h>
 
 #include <tavel/coding.h>
@@ -42,17 +41,38 @@ bool parse_int32(const std::string& word, long long& value)
     return true;
 }
 
+// White space as the classic locale's stream extraction sees it.
+bool is_blank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// The next blank-separated word of text from at on, as "in >> word" reads
+// it (a zero byte is part of a word); false at the end.
+bool next_word(const std::string& text, size_t& at, std::string& word)
+{
+    while (at < text.size() && is_blank(text[at]))
+        ++at;
+    if (at == text.size())
+        return false;
+    const size_t begin = at;
+    while (at < text.size() && !is_blank(text[at]))
+        ++at;
+    word.assign(text, begin, at - begin);
+    return true;
+}
+
 // "current next change"; a missing or bad number counts 0. The caller's
 // configuration is not trusted: one bad line must not stop the table.
 OffsetLine parse_offset_line(const std::string& text)
 {
     OffsetLine line;
     long long* fields[3] = {&line.current, &line.next, &line.change};
-    std::istringstream in(text);
     std::string word;
+    size_t at = 0;
     bool well_formed = true;
     size_t count = 0;
-    while (in >> word) {
+    while (next_word(text, at, word)) {
         if (count < 3) {
             if (!parse_int32(word, *fields[count]))
                 well_formed = false;
@@ -105,7 +125,9 @@ int tTOT::generarTOT(unsigned long long utc_time, bool whole)
 
 void tTOT::generar_cabecera_primera_section(unsigned long long utc_time)
 {
-    tavel::log(LOG_DEBUG, "Generate TOT section header.");
+    const bool debug = log_wanted(LOG_DEBUG);
+    if (debug)
+        tavel::log(LOG_DEBUG, "Generate TOT section header.");
     total_size = 0;
     current_section = std::make_unique<SISectionTOT>(table_id);
     current_section->section_length = kTotHeaderLength;
@@ -113,7 +135,8 @@ void tTOT::generar_cabecera_primera_section(unsigned long long utc_time)
     current_section->section_syntax_indicator = 1;
     current_section->UTC_time = utc_time;
     current_section->descriptors_loop_length = 0;
-    tavel::log(LOG_DEBUG, "generar_cabecera_primera_section: FIN");
+    if (debug)
+        tavel::log(LOG_DEBUG, "generar_cabecera_primera_section: FIN");
 }
 
 int tTOT::generar_descriptors_loop()
@@ -126,21 +149,27 @@ int tTOT::generar_descriptors_loop()
         return 0;
     }
     const unsigned short count = static_cast<unsigned short>(offsets.size() - 1);
-    tavel::log(LOG_DEBUG, "Generate descriptor loop. Number of local time offset descriptors %hu", count);
+    // One mask check for the whole loop.
+    const bool debug = log_wanted(LOG_DEBUG);
+    if (debug)
+        tavel::log(LOG_DEBUG, "Generate descriptor loop. Number of local time offset descriptors %hu", count);
 
     auto descriptor = std::make_shared<DescriptorLocalTimeOffset>();
     const std::string& country = offsets[0];
-    tavel::log(LOG_DEBUG, "Codigo Pais %s", country.c_str());
+    if (debug)
+        tavel::log(LOG_DEBUG, "Codigo Pais %s", country.c_str());
     if (country.size() != 3) {
         tavel::log(LOG_ERR, "El tamaño del codigo pais debe ser 3, y es %i", static_cast<int>(country.size()));
         return 0;
     }
 
+    descriptor->offsets.reserve(count);
     uint8_t region = 0;
     for (size_t i = 1; i < offsets.size(); ++i) {
         OffsetLine line = parse_offset_line(offsets[i]);
-        tavel::log(LOG_DEBUG, "Generate descriptor loop. current_offset %i, next_offset %i, change_time %i",
-                   static_cast<int>(line.current), static_cast<int>(line.next), static_cast<int>(line.change));
+        if (debug)
+            tavel::log(LOG_DEBUG, "Generate descriptor loop. current_offset %i, next_offset %i, change_time %i",
+                       static_cast<int>(line.current), static_cast<int>(line.next), static_cast<int>(line.change));
 
         offset_info entry;
         entry.country_code = country;
@@ -186,9 +215,11 @@ int tTOT::generar_descriptors_loop()
         entry.next_time_offset = offset_to_bcd_hhmm(next);
 
         descriptor->addNewTimeOffset(entry);
-        tavel::log(LOG_DEBUG, "Generate descriptor loop. local_time_offset %hu time_of_change %hu next_time_offset %hu",
-                   entry.local_time_offset, static_cast<unsigned short>(entry.time_of_change),
-                   entry.next_time_offset);
+        if (debug)
+            tavel::log(LOG_DEBUG,
+                       "Generate descriptor loop. local_time_offset %hu time_of_change %hu next_time_offset %hu",
+                       entry.local_time_offset, static_cast<unsigned short>(entry.time_of_change),
+                       entry.next_time_offset);
     }
 
     descriptor->generateDataVector();
