@@ -1,6 +1,5 @@
 // The system/ functions: module models and slots, load figures, network
 // helpers and the tools they start, host identity.
-#include <tavel/file_io.h>
 #include <tavel/host_identity.h>
 #include <tavel/load.h>
 #include <tavel/module.h>
@@ -55,13 +54,6 @@ TEST(Slot, NumbersFromNames)
         EXPECT_EQ(tavel::getSlotNumber(name), slot) << '"' << name << '"';
 }
 
-void writeDetectionFile(const TempRoot& root, const std::string& text)
-{
-    ASSERT_NE(tavel::write_char_vector_to_file(std::vector<char>(text.begin(), text.end()),
-                                               root("/tmp/tavel/detected-slot"), false),
-              0);
-}
-
 TEST(Slot, DetectionFileAndRetryRule)
 {
     struct Case {
@@ -79,11 +71,11 @@ TEST(Slot, DetectionFileAndRetryRule)
     for (const Case& c : cases) {
         TempRoot root;
         if (c.content)
-            writeDetectionFile(root, c.content);
+            root.put("/tmp/tavel/detected-slot", c.content);
         int sleeps = 0;
         auto sleep = [&] {
             if (++sleeps == c.file_at_sleep)
-                writeDetectionFile(root, "4\n");
+                root.put("/tmp/tavel/detected-slot", "4\n");
         };
         EXPECT_EQ(tavel::slot::detectSlot(c.retries, sleep), c.slot) << (c.content ? c.content : "-") << c.retries;
         EXPECT_EQ(sleeps, c.sleeps) << (c.content ? c.content : "-") << c.retries;
@@ -96,7 +88,7 @@ TEST(Slot, PublicFunctionZeroRetriesDoesNotSleep)
     auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(tavel::getDetectedSlot(0), 0u);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
-    writeDetectionFile(root, "8\n");
+    root.put("/tmp/tavel/detected-slot", "8\n");
     EXPECT_EQ(tavel::getDetectedSlot(0), 8u);
 }
 
@@ -111,13 +103,10 @@ void runCpuSteps(const std::vector<CpuStep>& steps)
     TempRoot root;
     unsigned int total = 0, idle = 0;
     for (const CpuStep& s : steps) {
-        if (!s.stat) {
+        if (s.stat)
+            root.put("/proc/stat", s.stat);
+        else
             std::remove(root("/proc/stat").c_str());
-        } else {
-            ASSERT_NE(tavel::write_char_vector_to_file(std::vector<char>(s.stat, s.stat + strlen(s.stat)),
-                                                       root("/proc/stat"), false),
-                      0);
-        }
         EXPECT_EQ(tavel::getCpuUsage(total, idle), s.percent) << (s.stat ? s.stat : "-");
         EXPECT_EQ(total, s.total) << (s.stat ? s.stat : "-");
         EXPECT_EQ(idle, s.idle) << (s.stat ? s.stat : "-");
@@ -284,18 +273,6 @@ TEST(InterfaceStatus, HostileNamesReachTheToolAsOneArgumentAndRunNothing)
     }
 }
 
-// Writes content to the platform path when content is given.
-void put(const TempRoot& root, const char* path, const char* content, size_t size)
-{
-    if (content) {
-        ASSERT_NE(tavel::write_char_vector_to_file(std::vector<char>(content, content + size), root(path), false), 0);
-    }
-}
-void put(const TempRoot& root, const char* path, const char* content)
-{
-    put(root, path, content, content ? strlen(content) : 0);
-}
-
 TEST(HostIdentity, HostNameFromModelAndMacElseKernelNameOnlyWhenAsked)
 {
     char kernel[256] = {};
@@ -314,8 +291,10 @@ TEST(HostIdentity, HostNameFromModelAndMacElseKernelNameOnlyWhenAsked)
     for (const Case& c : cases) {
         TempRoot root;
         const std::string dt = "/sys/firmware/devicetree/base/tavel/";
-        put(root, (dt + "modelo").c_str(), c.model == "-" ? nullptr : c.model.data(), c.model.size());
-        put(root, (dt + "mac").c_str(), c.mac == "-" ? nullptr : c.mac.data(), c.mac.size());
+        if (c.model != "-")
+            root.put(dt + "modelo", c.model);
+        if (c.mac != "-")
+            root.put(dt + "mac", c.mac);
         EXPECT_EQ(tavel::getModuleHostName(false), c.name ? c.name : "") << c.model << " / " << c.mac;
         EXPECT_EQ(tavel::getModuleHostName(true), c.name ? c.name : kernel) << c.model << " / " << c.mac;
     }
@@ -336,8 +315,10 @@ TEST(HostIdentity, PhoneHomeIdFromConfiguredElseBoardSerial)
     };
     for (const Case& c : cases) {
         TempRoot root;
-        put(root, "/tavel/conf/tavel_numserie", c.configured);
-        put(root, "/sys/firmware/devicetree/base/tavel/serial", c.board, c.board ? strlen(c.board) + 1 : 0);
+        if (c.configured)
+            root.put("/tavel/conf/tavel_numserie", c.configured);
+        if (c.board)
+            root.put("/sys/firmware/devicetree/base/tavel/serial", c.board + std::string(1, '\0'));
         EXPECT_EQ(tavel::getPhoneHomeId(), c.id) << (c.configured ? c.configured : "-") << " / "
                                                  << (c.board ? c.board : "-");
     }

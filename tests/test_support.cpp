@@ -103,5 +103,11 @@ TempRoot::~TempRoot()
     std::filesystem::remove_all(path_, ec);
 }
 
+void TempRoot::put(const std::string& platform_path, const std::string& bytes) const
+{
+    if (!write_char_vector_to_file(std::vector<char>(bytes.begin(), bytes.end()), (*this)(platform_path), false))
+        throw std::runtime_error("cannot write " + platform_path);
+}
+
 } // namespace test
 } // namespace tavel

@@ -31,6 +31,8 @@ public:
     const std::string& path() const { return path_; }
     // The real path of a platform path inside the root.
     std::string operator()(const std::string& platform_path) const { return path_ + platform_path; }
+    // Writes the bytes to a platform path inside the root; throws when it cannot.
+    void put(const std::string& platform_path, const std::string& bytes) const;
 
 private:
     std::string path_;

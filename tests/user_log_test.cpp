@@ -4,7 +4,6 @@
 #include "system/user_log.h"
 #include "test_support.h"
 
-#include <tavel/file_io.h>
 #include <tavel/host_identity.h>
 #include <tavel/thrift/UserLogs.h>
 
@@ -102,12 +101,8 @@ TEST(UserLog, EventArrivesWholeOnceAndParametersAreMovedOut)
     for (bool accept : {true, false}) {
         LoopbackMaster master(accept);
         TempRoot root;
-        for (const auto& [path, text] : {std::pair<const char*, std::string>{"modelo", std::string("KMX-630", 8)},
-                                         {"mac", std::string("00:1A:2B:3C:4D:5E", 18)}})
-            ASSERT_NE(tavel::write_char_vector_to_file(std::vector<char>(text.begin(), text.end()),
-                                                       root(std::string("/sys/firmware/devicetree/base/tavel/") + path),
-                                                       false),
-                      0);
+        root.put("/sys/firmware/devicetree/base/tavel/modelo", std::string("KMX-630", 8));
+        root.put("/sys/firmware/devicetree/base/tavel/mac", std::string("00:1A:2B:3C:4D:5E", 18));
         ul::UserLogParameters params{{"servicio", "La 1 HD"}, {"entrada", "3"}, {"", ""}};
         const ul::UserLogParameters sent = params;
         int64_t before = std::time(nullptr);
