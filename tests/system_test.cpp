@@ -209,7 +209,8 @@ TEST(Backplane, AddressesFromTheSubnetToolOnThePath)
         const char* fpga;
     } cases[] = {
         {"192.168.184.11 192.168.184.10\\n", "192.168.184.11", "192.168.184.10"},
-        {"10.1.2.3\\n", "10.1.2.3", "10.1.2.3"}, {"10.1.2.3\\n\\n", "10.1.2.3", "10.1.2.3"},  // one address: both take it
+        // One address: both take it.
+        {"10.1.2.3\\n", "10.1.2.3", "10.1.2.3"}, {"10.1.2.3\\n\\n", "10.1.2.3", "10.1.2.3"},
         // Anything else: the fixed defaults (a second blank is kept, so two blanks fail).
         {"not an address\\n", kCpu, kFpga}, {"10.1.2.3 bogus\\n", kCpu, kFpga}, {"10.1.2.3  10.1.2.4\\n", kCpu, kFpga},
         {"", kCpu, kFpga}, {nullptr, kCpu, kFpga},
