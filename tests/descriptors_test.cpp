@@ -198,7 +198,8 @@ TEST(Descriptors, FactoryDefaults)
     for (const auto& [tag, made_tag, length] : cases) {
         auto d = Descriptor::getPtrDescriptorType(tag);
         EXPECT_EQ(std::make_pair(d->descriptor_tag, d->descriptor_length), std::make_pair(made_tag, length)) << tag;
-        EXPECT_EQ(typeid(*d) == typeid(Descriptor), made_tag == 0) << tag;
+        const Descriptor& made = *d;
+        EXPECT_EQ(typeid(made) == typeid(Descriptor), made_tag == 0) << tag;
     }
 }
 
