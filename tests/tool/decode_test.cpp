@@ -8,9 +8,7 @@
 #include <dvbpsi/dvbpsi.h>
 #include <dvbpsi/descriptor.h>
 #include <dvbpsi/dr_50.h>
-#include <dvbpsi/dr_55.h>
 #include <dvbpsi/dr_5a.h>
-#include <dvbpsi/dr_62.h>
 
 #include "decode/descriptor_decoder.h"
 #include "decode/dvb_text_decode.h"
@@ -46,32 +44,32 @@ struct TextCase {
 TEST(DvbTextDecode, EverySelectorOfAnnexAAndTheControlCodes)
 {
     const TextCase cases[] = {
-        {bytes({'C', 'a', 'f', 0xE9}), "ISO-8859-1", "Café", false}, // no selector: the headend's default
+        {bytes({'C', 'a', 'f', 0xE9}), "ISO-8859-1", "Café", false},   // no selector: the headend's default
         {bytes({0xC2, 'e', 't', 0xC2, 'e'}), "ISO6937", "été", false}, // non-spacing diacritics
-        {bytes({0x01, 0xB0}), "", "А", false},                       // ISO-8859-5 Cyrillic
-        {bytes({0x02, 0xC7}), "", "ا", false},                       // -6 Arabic
-        {bytes({0x03, 0xC1}), "", "Α", false},                       // -7 Greek
-        {bytes({0x04, 0xE0}), "", "א", false},                       // -8 Hebrew
-        {bytes({0x05, 0xDD}), "", "İ", false},                       // -9 Latin 5
-        {bytes({0x06, 0xA1}), "", "Ą", false},                       // -10 Latin 6
-        {bytes({0x07, 0xA1}), "", "ก", false},                       // -11 Thai
-        {bytes({0x08, 'A'}), "", "\\x41", true},                     // reserved
-        {bytes({0x09, 0xC0}), "", "Ą", false},                       // -13 Latin 7
-        {bytes({0x0A, 0xA1}), "", "Ḃ", false},                       // -14 Celtic
-        {bytes({0x0B, 0xA4}), "", "€", false},                       // -15 Latin 9
-        {bytes({0x10, 0x00, 0x02, 0xA1}), "", "Ą", false},           // 0x10: ISO-8859-2 by table id
-        {bytes({0x10, 0x00, 0x0C, 'A'}), "", "\\x41", true},         // 0x10 with a reserved table id
-        {bytes({0x11, 0x00, 'A', 0x04, 0x10}), "", "AА", false},     // UCS-2 big-endian
-        {bytes({0x12, 0xB0, 0xA1}), "", "가", false},                // KS X 1001 (EUC-KR)
-        {bytes({0x13, 0xB0, 0xA1}), "", "啊", false},                // GB2312
-        {bytes({0x14, 0xA4, 0x40}), "", "一", false},                // Big5
-        {bytes({0x15, 0xC3, 0xA9}), "", "é", false},                 // UTF-8
-        {bytes({0x1F, 0x01, 0x9A}), "", "\\x9A", true},              // encoding_type_id: not decodable here
+        {bytes({0x01, 0xB0}), "", "А", false},                         // ISO-8859-5 Cyrillic
+        {bytes({0x02, 0xC7}), "", "ا", false},                         // -6 Arabic
+        {bytes({0x03, 0xC1}), "", "Α", false},                         // -7 Greek
+        {bytes({0x04, 0xE0}), "", "א", false},                         // -8 Hebrew
+        {bytes({0x05, 0xDD}), "", "İ", false},                         // -9 Latin 5
+        {bytes({0x06, 0xA1}), "", "Ą", false},                         // -10 Latin 6
+        {bytes({0x07, 0xA1}), "", "ก", false},                         // -11 Thai
+        {bytes({0x08, 'A'}), "", "\\x41", true},                       // reserved
+        {bytes({0x09, 0xC0}), "", "Ą", false},                         // -13 Latin 7
+        {bytes({0x0A, 0xA1}), "", "Ḃ", false},                         // -14 Celtic
+        {bytes({0x0B, 0xA4}), "", "€", false},                         // -15 Latin 9
+        {bytes({0x10, 0x00, 0x02, 0xA1}), "", "Ą", false},             // 0x10: ISO-8859-2 by table id
+        {bytes({0x10, 0x00, 0x0C, 'A'}), "", "\\x41", true},           // 0x10 with a reserved table id
+        {bytes({0x11, 0x00, 'A', 0x04, 0x10}), "", "AА", false},       // UCS-2 big-endian
+        {bytes({0x12, 0xB0, 0xA1}), "", "가", false},                  // KS X 1001 (EUC-KR)
+        {bytes({0x13, 0xB0, 0xA1}), "", "啊", false},                  // GB2312
+        {bytes({0x14, 0xA4, 0x40}), "", "一", false},                  // Big5
+        {bytes({0x15, 0xC3, 0xA9}), "", "é", false},                   // UTF-8
+        {bytes({0x1F, 0x01, 0x9A}), "", "\\x9A", true},                // encoding_type_id: not decodable here
         {bytes({'A', 0x86, 'B', 0x87, 0x8A, 'C'}), "ISO-8859-1", "A<em>B</em><br>C", false},
         {bytes({0x11, 0x00, 'A', 0xE0, 0x8A, 0x00, 'B'}), "", "A<br>B", false},
         {bytes({0x15, 'A', 0xEE, 0x82, 0x86, 'B'}), "", "A<em>B", false},
-        {bytes({0x15, 'A', 0xFF, 'B'}), "", "A\\xFFB", true},       // not UTF-8
-        {bytes({0x03, 0xAE, 'A', 0x01}), "", "\\xAEA\\x01", true},   // unassigned in -7; C0 byte
+        {bytes({0x15, 'A', 0xFF, 'B'}), "", "A\\xFFB", true},      // not UTF-8
+        {bytes({0x03, 0xAE, 'A', 0x01}), "", "\\xAEA\\x01", true}, // unassigned in -7; C0 byte
     };
     for (const TextCase& c : cases) {
         const auto t = tavel_si::decode::decode_dvb_text(c.field, c.charset);
@@ -129,54 +127,49 @@ TEST(DeliveryDescriptors, EveryCodeValueByName)
                   roll_offs[code]);
 }
 
-TEST(DeliveryDescriptors, NumbersNotSignalledAndTheLibrarysReadingBeside)
+// Each row: descriptor bytes and the fields they decode to, by JSON pointer
+// (null: the field is absent).
+TEST(DeliveryAndChannelDescriptors, NumbersNotSignalledAndTheLibrarysReadingBeside)
 {
-    // 474 MHz, 8 MHz, 64-QAM, non-hierarchical, LP 3/4, 1/8, 8k: the issue's bytes.
-    const json t = decode(0x5A, bytes({0x02, 0xD3, 0x44, 0x40, 0x1F, 0x85, 0x52, 0xFF, 0xFF, 0xFF, 0xFF}));
-    EXPECT_EQ(t["frequency_khz"], 474000);
-    EXPECT_EQ(t["hierarchy"], "non-hierarchical, native interleaver");
-    EXPECT_EQ(t["library"]["hierarchy"], "alpha=1, native interleaver");
-    EXPECT_EQ(t["code_rate_lp"], "3/4");
-    EXPECT_EQ(t["library"]["code_rate_lp"], "2/3");
-    EXPECT_EQ(t["guard_interval"], "1/8");
-    EXPECT_EQ(t["transmission_mode"], "8k");
-    EXPECT_FALSE(t["library"].contains("frequency_khz"));
-    EXPECT_EQ(decode(0x5A, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0}))["frequency_khz"], "not signalled");
-
-    // Cable 474.0005 MHz, 6.9001 Msymbol/s, 64-QAM.
-    const json c = decode(0x44, bytes({0x04, 0x74, 0x00, 0x05, 0xFF, 0xF2, 0x03, 0x00, 0x69, 0x00, 0x1F}));
-    EXPECT_EQ(c["frequency_khz"], 474000.5);
-    EXPECT_EQ(c["library"]["frequency_khz"], 474000);
-    EXPECT_EQ(c["symbol_rate_ksym"], 6900.1);
-    EXPECT_EQ(decode(0x44, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0}))["frequency_khz"], "not signalled");
-
-    // Satellite 11 757.25 MHz at 19.2 E, horizontal, 27 500 ksymbol/s, 3/4.
-    const json s = decode(0x43, bytes({0x01, 0x17, 0x57, 0x25, 0x01, 0x92, 0x81, 0x02, 0x75, 0x00, 0x03}));
-    EXPECT_EQ(s["frequency_mhz"], 11757.25);
-    EXPECT_EQ(s["library"]["frequency_mhz"], 11757);
-    EXPECT_EQ(s["orbital_position"], "19.2 E");
-    EXPECT_EQ(s["polarisation"], "H");
-    EXPECT_EQ(s["library"]["polarisation"], "V");
-    EXPECT_EQ(s["symbol_rate_ksym"], 27500);
-    EXPECT_EQ(s["fec_inner"], "3/4");
-    EXPECT_EQ(decode(0x43, bytes({0, 0, 0, 0, 0x03, 0x00, 0x00, 0, 0, 0, 0}))["orbital_position"], "30.0 W");
-}
-
-TEST(LogicalChannels, TenOrFourteenBitsAsTheSpecifierSays)
-{
-    // Service 0x0101 visible at 701 (10 bits), 0x0102 hidden at 702.
-    const json v1 = decode(0x83, bytes({0x01, 0x01, 0xFE, 0xBD, 0x01, 0x02, 0x7E, 0xBE}), 0x28);
-    EXPECT_EQ(v1["channels"][0]["lcn"], 701);
-    EXPECT_EQ(v1["channels"][0]["library"]["lcn"], 189);
-    EXPECT_EQ(v1["channels"][1]["visible"], false);
-    EXPECT_EQ(v1["channels"][1]["lcn"], 702);
-    // Under specifier 0x29: 14 bits, 10000 = 0x2710.
-    EXPECT_EQ(decode(0x83, bytes({0x01, 0x01, 0xE7, 0x10}), 0x29)["channels"][0]["lcn"], 10000);
-    // 0x87: list 1 "AB", country ESP, one entry at 703.
-    const json v2 = decode(0x87, bytes({0x01, 0x02, 'A', 'B', 'E', 'S', 'P', 0x04, 0x01, 0x03, 0xFE, 0xBF}));
-    EXPECT_EQ(v2["channel_lists"][0]["channel_list_name"], "AB");
-    EXPECT_EQ(v2["channel_lists"][0]["country"], "ESP");
-    EXPECT_EQ(v2["channel_lists"][0]["channels"][0]["lcn"], 703);
+    const struct {
+        unsigned tag;
+        uint32_t specifier;
+        std::vector<char> payload;
+        const char* fields;
+    } rows[] = {
+        // 474 MHz, 8 MHz, 64-QAM, non-hierarchical, LP 3/4, 1/8, 8k: the issue's bytes.
+        {0x5A, 0, bytes({0x02, 0xD3, 0x44, 0x40, 0x1F, 0x85, 0x52, 0xFF, 0xFF, 0xFF, 0xFF}),
+         R"({"/frequency_khz":474000,"/hierarchy":"non-hierarchical, native interleaver","/code_rate_lp":"3/4",
+             "/library/hierarchy":"alpha=1, native interleaver","/library/code_rate_lp":"2/3","/guard_interval":"1/8",
+             "/transmission_mode":"8k","/library/frequency_khz":null})"},
+        {0x5A, 0, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0}), R"({"/frequency_khz":"not signalled"})"},
+        // Cable 474.0005 MHz, 6.9001 Msymbol/s, 64-QAM.
+        {0x44, 0, bytes({0x04, 0x74, 0x00, 0x05, 0xFF, 0xF2, 0x03, 0x00, 0x69, 0x00, 0x1F}),
+         R"({"/frequency_khz":474000.5,"/library/frequency_khz":474000,"/symbol_rate_ksym":6900.1})"},
+        {0x44, 0, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0}), R"({"/frequency_khz":"not signalled"})"},
+        // Satellite 11 757.25 MHz at 19.2 E, horizontal, 27 500 ksymbol/s, 3/4.
+        {0x43, 0, bytes({0x01, 0x17, 0x57, 0x25, 0x01, 0x92, 0x81, 0x02, 0x75, 0x00, 0x03}),
+         R"({"/frequency_mhz":11757.25,"/library/frequency_mhz":11757,"/orbital_position":"19.2 E","/polarisation":"H",
+             "/library/polarisation":"V","/symbol_rate_ksym":27500,"/fec_inner":"3/4"})"},
+        {0x43, 0, bytes({0, 0, 0, 0, 0x03, 0x00, 0x00, 0, 0, 0, 0}), R"({"/orbital_position":"30.0 W"})"},
+        // Service 0x0101 visible at 701 (10 bits), 0x0102 hidden at 702.
+        {0x83, 0x28, bytes({0x01, 0x01, 0xFE, 0xBD, 0x01, 0x02, 0x7E, 0xBE}),
+         R"({"/channels/0/lcn":701,"/channels/0/library/lcn":189,"/channels/1/visible":false,"/channels/1/lcn":702})"},
+        // Under specifier 0x29: 14 bits, 10000 = 0x2710.
+        {0x83, 0x29, bytes({0x01, 0x01, 0xE7, 0x10}), R"({"/channels/0/lcn":10000})"},
+        // 0x87: list 1 "AB", country ESP, one entry at 703.
+        {0x87, 0x28, bytes({0x01, 0x02, 'A', 'B', 'E', 'S', 'P', 0x04, 0x01, 0x03, 0xFE, 0xBF}),
+         R"({"/channel_lists/0/channel_list_name":"AB","/channel_lists/0/country":"ESP",
+             "/channel_lists/0/channels/0/lcn":703})"},
+    };
+    for (const auto& row : rows) {
+        const json d = decode(row.tag, row.payload, row.specifier);
+        const json fields = json::parse(row.fields);
+        for (const auto& [pointer, value] : fields.items()) {
+            const json::json_pointer at(pointer);
+            EXPECT_EQ(d.contains(at) ? d.at(at) : json(), value) << "tag " << row.tag << " " << pointer;
+        }
+    }
 }
 
 struct Row {
@@ -202,7 +195,8 @@ TEST(OtherDescriptors, DecodedFromHandWrittenBytes)
         {0x62, bytes({0xFF, 0x02, 0xD3, 0x44, 0x40, 0xFF, 0xFF, 0xFF, 0xFF}),
          R"({"coding_type":"terrestrial","frequencies_khz":[474000,"not signalled"]})"},
         {0x62, bytes({0xFE, 0x04, 0x74, 0x00, 0x00}), R"({"coding_type":"cable","frequencies_khz":[474000]})"},
-        {0x66, bytes({0x00, 0x0A, 0x01}), R"({"data_broadcast_id":"0x000A system software update","id_selector":"01"})"},
+        {0x66, bytes({0x00, 0x0A, 0x01}),
+         R"({"data_broadcast_id":"0x000A system software update","id_selector":"01"})"},
         {0x6C, bytes({0x00, 0x07, 0x40, 0x00, 0xC0, 0x00, 0x00, 0x10, 0x01, 0x00}),
          R"({"cells":[{"cell_id":7,"latitude":45.0,"longitude":-90.0,"extent_of_latitude":0.0027,
                        "extent_of_longitude":0.0055,"subcells":[]}]})"},
@@ -225,27 +219,11 @@ TEST(OtherDescriptors, AgreeWithLibdvbpsi)
     dvbpsi_descriptor_t* d = dvbpsi_NewDescriptor(0x5A, 11, reinterpret_cast<uint8_t*>(t.data()));
     const dvbpsi_terr_deliv_sys_dr_t* terr = dvbpsi_DecodeTerrDelivSysDr(d);
     ASSERT_TRUE(terr);
-    const json ours = decode(0x5A, t);
-    EXPECT_EQ(ours["frequency_khz"], terr->i_centre_frequency / 100);
-    EXPECT_EQ(ours["hierarchy"], "non-hierarchical, native interleaver");
-    EXPECT_EQ(terr->i_hierarchy_information, 0);
-    EXPECT_EQ(terr->i_code_rate_lp_stream, 2); // 3/4
-    EXPECT_EQ(terr->i_guard_interval, 2);      // 1/8
-    EXPECT_EQ(terr->i_transmission_mode, 1);   // 8k
-    dvbpsi_DeleteDescriptors(d);
-
-    std::vector<char> p = bytes({'E', 'S', 'P', 0x0F});
-    d = dvbpsi_NewDescriptor(0x55, 4, reinterpret_cast<uint8_t*>(p.data()));
-    const dvbpsi_parental_rating_dr_t* rating = dvbpsi_DecodeParentalRatingDr(d);
-    ASSERT_TRUE(rating);
-    EXPECT_EQ(decode(0x55, p)["ratings"][0]["rating"], "minimum age " + std::to_string(rating->p_parental_rating[0].i_rating + 3));
-    dvbpsi_DeleteDescriptors(d);
-
-    std::vector<char> f = bytes({0xFF, 0x02, 0xD3, 0x44, 0x40});
-    d = dvbpsi_NewDescriptor(0x62, 5, reinterpret_cast<uint8_t*>(f.data()));
-    const dvbpsi_frequency_list_dr_t* freq = dvbpsi_DecodeFrequencyListDr(d);
-    ASSERT_TRUE(freq);
-    EXPECT_EQ(decode(0x62, f)["frequencies_khz"][0], freq->p_center_frequencies[0] / 100);
+    EXPECT_EQ(decode(0x5A, t)["frequency_khz"], terr->i_centre_frequency / 100);
+    // hierarchy 0: non-hierarchical, LP 2: 3/4, guard 2: 1/8, mode 1: 8k, as decoded above.
+    EXPECT_EQ(std::vector<int>({terr->i_hierarchy_information, terr->i_code_rate_lp_stream, terr->i_guard_interval,
+                                terr->i_transmission_mode}),
+              std::vector<int>({0, 2, 2, 1}));
     dvbpsi_DeleteDescriptors(d);
 
     std::vector<char> c = bytes({0x05, 0x0B, 0x01, 's', 'p', 'a'});
@@ -254,7 +232,8 @@ TEST(OtherDescriptors, AgreeWithLibdvbpsi)
     ASSERT_TRUE(comp);
     const json component = decode(0x50, c);
     EXPECT_EQ(component["component_tag"], comp->i_component_tag);
-    EXPECT_EQ(component["stream_content"].get<std::string>().substr(0, 3), "0x" + std::to_string(comp->i_stream_content));
+    EXPECT_EQ(component["stream_content"].get<std::string>().substr(0, 3),
+              "0x" + std::to_string(comp->i_stream_content));
     dvbpsi_DeleteDescriptors(d);
 }
 

@@ -1,31 +1,20 @@
 // verify and diff through the tool: the demo's tables, a changed copy of
 // the headend, and captures of both made by `tavel-si ts`.
-#include <sys/wait.h>
-
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include "tool_test_support.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
 
 namespace {
 
-struct Outcome {
-    int status;
-    std::string out, err;
-};
-
-std::string slurp(const fs::path& p)
-{
-    std::ifstream in(p, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using namespace tool_test;
 
 class VerifyDiffCli : public ::testing::Test {
 protected:
@@ -33,45 +22,37 @@ protected:
     // and a capture of each.
     static void SetUpTestSuite()
     {
-        char name[] = "/tmp/tavel-verify-test-XXXXXX";
-        dir_ = mkdtemp(name);
+        dir_ = make_scratch_dir();
         ASSERT_EQ(tavel_si("demo --root " + (dir_ / "old").string()).status, 0);
         json cfg = json::parse(slurp(dir_ / "old/demo-headend.json"));
         json& out = cfg["outputs"];
-        out[0]["services"][2]["name"] = "Tres HD+";  // renamed (its rename flag is set)
-        out[0]["services"][1]["lcn"] = 12;           // LCN moved
-        out[0]["services"].erase(3);                 // service removed
-        out[1]["frequency_khz"] = 490000;            // delivery parameter changed
-        out[1]["services"][0]["type"] = "hd-tv";     // retyped
-        out.erase(2);                                // transport stream and its SDT gone
+        out[0]["services"][2]["name"] = "Tres HD+"; // renamed (its rename flag is set)
+        out[0]["services"][1]["lcn"] = 12;          // LCN moved
+        out[0]["services"].erase(3);                // service removed
+        out[1]["frequency_khz"] = 490000;           // delivery parameter changed
+        out[1]["services"][0]["type"] = "hd-tv";    // retyped
+        out.erase(2);                               // transport stream and its SDT gone
         std::ofstream(dir_ / "old/changed.json") << cfg.dump();
-        ASSERT_EQ(tavel_si("generate " + (dir_ / "old/changed.json").string() + " --root " + (dir_ / "new").string())
-                      .status,
-                  0);
-        for (const char* side : {"old", "new"})
-            ASSERT_EQ(tavel_si("ts " + tables(side) + "/NIT_table " + tables(side) + "/SDT_table_* " + tables(side) +
-                               "/TOT_table --duration 12 -o " + (dir_ / side).string() + ".ts")
+        ASSERT_EQ(
+            tavel_si("generate " + (dir_ / "old/changed.json").string() + " --root " + (dir_ / "new").string()).status,
+            0);
+        // A capture of each side, and its NIT and SDTs as one file for diff on table files.
+        for (const std::string side : {"old", "new"}) {
+            const std::string t = tables(side.c_str());
+            ASSERT_EQ(tavel_si("ts " + t + "/NIT_table " + t + "/SDT_table_* " + t + "/TOT_table --duration 12 -o " +
+                               at(side + ".ts"))
                           .status,
                       0);
-        // The old tables as one file each side, for diff on table files.
-        for (const char* side : {"old", "new"})
-            std::system(("cat " + tables(side) + "/NIT_table " + tables(side) + "/SDT_table_* > " +
-                         (dir_ / side).string() + ".tables")
-                            .c_str());
+            ASSERT_EQ(std::system(("cat " + t + "/NIT_table " + t + "/SDT_table_* > " + at(side + ".tables")).c_str()),
+                      0);
+        }
     }
     static void TearDownTestSuite() { fs::remove_all(dir_); }
 
     static std::string tables(const char* side) { return (dir_ / side / "tavel/datosWeb/tablasSI").string(); }
     static std::string at(const std::string& name) { return (dir_ / name).string(); }
 
-    static Outcome tavel_si(const std::string& args)
-    {
-        const fs::path out = dir_ / "stdout", err = dir_ / "stderr";
-        const int raw = std::system(("env -u TAVEL_ROOT " TAVEL_SI_PROGRAM " " + args + " > " + out.string() +
-                                     " 2> " + err.string() + " < /dev/null")
-                                        .c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
-    }
+    static Outcome tavel_si(const std::string& args) { return run_tool(dir_, args); }
 
     static fs::path dir_;
 };
@@ -107,8 +88,8 @@ TEST_F(VerifyDiffCli, DiffNamesEachKindOfChangeOnFilesAndOnCaptures)
         "NIT actual 12421 ts 3/8916: transport stream removed",
         "SDT actual ts 1/8916 service 103: service renamed: \"Tres HD\" -> \"Tres HD+\"",
         "SDT actual ts 1/8916 service 104: service removed",
-        "SDT actual ts 2/8916 service 201: service type changed: \"0x01 digital television\" -> "
-        "\"0x19 H.264/AVC HD digital television\"",
+        ("SDT actual ts 2/8916 service 201: service type changed: \"0x01 digital television\" -> "
+         "\"0x19 H.264/AVC HD digital television\""),
         "SDT actual ts 3/8916: table removed",
     };
     for (const char* kind : {".tables", ".ts"}) {
