@@ -119,8 +119,9 @@ TEST(TsSectionReader, CountsEachFaultExactly)
     packets.insert(packets.end(), clean.begin(), clean.end());
     for (const Case& c : cases) {
         const std::vector<char> ts = c.damage(packets);
-        for (size_t piece : {size_t{0}, size_t{7}}) {
-            SCOPED_TRACE(std::string(c.name) + (piece ? ", fed in 7-byte pieces" : ""));
+        // 7 bytes: every packet cut; 200: a cut packet finished from the next piece, the rest of it read in place.
+        for (size_t piece : {size_t{0}, size_t{7}, size_t{200}}) {
+            SCOPED_TRACE(std::string(c.name) + ", fed in pieces of " + std::to_string(piece));
             const Result r = read(ts, piece);
             EXPECT_EQ(r.sections, c.sections);
             const tavel::TsCounts& n = r.counts;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "dvb/byte_io.h"
 
@@ -19,7 +18,13 @@ constexpr size_t kSyncRun = 4;
 // Bytes read from a file at a time: enough to amortise the system call,
 // small enough to stay in cache while the packets are walked.
 constexpr size_t kChunk = 256 * 1024;
+// Bytes taken from a new piece to finish what the last one left over: more
+// than a sync search or a packet can need.
 constexpr size_t kCarry = kSyncRun * 204 + 204;
+
+// Bytes of a range that is not a vector (the caller's buffer, a mapped
+// file), taken as uint8_t as bytes::at does; callers keep i inside it.
+inline uint8_t byte_at(const char* p, size_t i) { return static_cast<uint8_t>(p[i]); }
 
 size_t max_section_length(uint8_t table_id)
 {
@@ -76,9 +81,9 @@ struct TsSectionReader::State {
     Handler handler;
     std::vector<int16_t> slot; // PID -> index in pids, -1 when not selected
     std::vector<PidState> pids;
-    std::vector<char> buf; // bytes [begin, fill) not yet consumed; grows to kChunk + kCarry
-    size_t begin = 0;
-    size_t fill = 0;
+    // Bytes of the last feed not yet consumed: a packet cut at the end of a
+    // piece, or the bytes sync is still being looked for in.
+    std::vector<char> carry;
     TsCounts counts;
     size_t stride = 0;
     bool lost = false;
@@ -119,21 +124,20 @@ struct TsSectionReader::State {
         handler(TsSectionPlace{pid, counts.packets - 1, pcr}, st.section);
     }
 
-    // Payload bytes [a, b) of buf for one PID; new sections may begin only when allowed.
-    void take(PidState& st, uint16_t pid, size_t a, size_t b, bool may_start)
+    // Payload bytes [a, b) of one packet for one PID; new sections may begin only when allowed.
+    void take(PidState& st, uint16_t pid, const char* a, const char* b, bool may_start)
     {
-        const bytes::Reader r(buf, 0, fill);
         while (a < b) {
             if (!st.in_section) {
-                if (!may_start || r.u8(a) == 0xFF) // 0xFF: stuffing to the end of the packet
+                if (!may_start || byte_at(a, 0) == 0xFF) // 0xFF: stuffing to the end of the packet
                     return;
                 st.in_section = true;
                 st.section.clear();
                 st.need = 0;
             }
             if (st.need == 0) {
-                const size_t n = std::min(3 - st.section.size(), b - a);
-                append(st, a, n);
+                const size_t n = std::min<size_t>(3 - st.section.size(), static_cast<size_t>(b - a));
+                st.section.insert(st.section.end(), a, a + n);
                 a += n;
                 if (st.section.size() < 3)
                     return;
@@ -146,45 +150,41 @@ struct TsSectionReader::State {
                 }
                 st.need = 3 + length;
             }
-            const size_t n = std::min(st.need - st.section.size(), b - a);
-            append(st, a, n);
+            const size_t n = std::min<size_t>(st.need - st.section.size(), static_cast<size_t>(b - a));
+            st.section.insert(st.section.end(), a, a + n);
             a += n;
             if (st.section.size() == st.need)
                 complete(st, pid);
         }
     }
 
-    void append(PidState& st, size_t at, size_t n)
+    // One whole 188-byte packet at p.
+    void packet(const char* p)
     {
-        if (at <= fill && n <= fill - at)
-            st.section.insert(st.section.end(), buf.begin() + static_cast<long>(at),
-                              buf.begin() + static_cast<long>(at + n));
-    }
-
-    void packet(size_t at)
-    {
-        const bytes::Reader p(buf, at, at + kTsPacketSize);
         ++counts.packets;
-        const uint8_t b1 = p.u8(1);
-        const uint8_t b3 = p.u8(3);
+        const uint8_t b1 = byte_at(p, 1);
+        const uint8_t b3 = byte_at(p, 3);
         if (b1 & 0x80) {
             ++counts.tei_packets;
             return;
         }
-        const uint16_t pid = static_cast<uint16_t>(((b1 & 0x1F) << 8) | p.u8(2));
+        const uint16_t pid = static_cast<uint16_t>(((b1 & 0x1F) << 8) | byte_at(p, 2));
         const unsigned afc = (b3 >> 4) & 3;
-        const unsigned af_length = (afc & 2) ? p.u8(4) : 0;
+        const unsigned af_length = (afc & 2) ? byte_at(p, 4) : 0;
         // Times come from the first PID seen carrying a PCR, so they never jump between programs.
-        if (af_length >= 7 && (p.u8(5) & 0x10) && (pcr_pid < 0 || pid == pcr_pid)) {
-            const uint64_t base = (static_cast<uint64_t>(p.u32(6)) << 1) | (p.u8(10) >> 7);
-            pcr = static_cast<int64_t>(base * 300 + (((p.u8(10) & 1u) << 8) | p.u8(11)));
+        if (af_length >= 7 && (byte_at(p, 5) & 0x10) && (pcr_pid < 0 || pid == pcr_pid)) {
+            uint64_t base = 0;
+            for (size_t i = 6; i < 10; ++i)
+                base = (base << 8) | byte_at(p, i);
+            base = (base << 1) | (byte_at(p, 10) >> 7);
+            pcr = static_cast<int64_t>(base * 300 + (((byte_at(p, 10) & 1u) << 8) | byte_at(p, 11)));
             pcr_pid = pid;
         }
         const int index = slot[pid];
         if (index < 0 || afc == 0)
             return;
         PidState& st = pids[static_cast<size_t>(index)];
-        const bool discontinuity = af_length > 0 && (p.u8(5) & 0x80);
+        const bool discontinuity = af_length > 0 && (byte_at(p, 5) & 0x80);
         const int cc = b3 & 0x0F;
         const bool has_payload = afc & 1;
         if (st.last_cc >= 0 && !discontinuity) {
@@ -209,27 +209,28 @@ struct TsSectionReader::State {
             cut(st);
             return;
         }
+        const char* const end = p + kTsPacketSize;
         if (!(b1 & 0x40)) {
-            take(st, pid, at + off, at + kTsPacketSize, false);
+            take(st, pid, p + off, end, false);
             return;
         }
-        const size_t pointer = p.u8(off);
+        const size_t pointer = byte_at(p, off);
         ++off;
         if (off + pointer > kTsPacketSize) {
             cut(st);
             return;
         }
-        take(st, pid, at + off, at + off + pointer, false);
+        take(st, pid, p + off, p + off + pointer, false);
         cut(st); // a new section begins: the old one must have ended
-        take(st, pid, at + off + pointer, at + kTsPacketSize, true);
+        take(st, pid, p + off + pointer, end, true);
     }
 
-    // Finds sync from pos; returns where the packet is, or fill when more bytes are needed.
-    size_t find_sync(size_t pos, bool at_end, size_t& found_stride)
+    // Finds sync in data[pos, size); returns where the packet is, or size when
+    // more bytes are needed.
+    size_t find_sync(const char* data, size_t size, size_t pos, bool at_end, size_t& found_stride)
     {
-        const bytes::Reader r(buf, 0, fill);
-        for (size_t i = pos; i < fill; ++i) {
-            if (r.u8(i) != kSync)
+        for (size_t i = pos; i < size; ++i) {
+            if (byte_at(data, i) != kSync)
                 continue;
             bool waiting = false;
             size_t order[3] = {188, 192, 204};
@@ -239,31 +240,34 @@ struct TsSectionReader::State {
                 std::swap(order[0], order[2]);
             for (size_t s : order) {
                 size_t k = 1;
-                while (k < kSyncRun && r.has(i + k * s, 1) && r.u8(i + k * s) == kSync)
+                while (k < kSyncRun && i + k * s < size && byte_at(data, i + k * s) == kSync)
                     ++k;
-                if (k == kSyncRun || (at_end && !r.has(i + k * s, 1) && r.has(i, kTsPacketSize))) {
+                const bool more = i + k * s < size;
+                if (k == kSyncRun || (at_end && !more && kTsPacketSize <= size - i)) {
                     found_stride = s;
                     return i;
                 }
-                if (!r.has(i + k * s, 1))
+                if (!more)
                     waiting = true;
             }
             if (waiting && !at_end)
                 return i;
         }
-        return fill;
+        return size;
     }
 
-    void process(bool at_end)
+    // Walks the packets of data[0, size). Returns how many bytes are done
+    // with; the rest must come again, with what follows them, in the next call.
+    size_t process(const char* data, size_t size, bool at_end)
     {
-        size_t pos = begin;
+        size_t pos = 0;
         for (;;) {
             if (stride == 0 || lost) {
                 size_t s = 0;
-                const size_t i = find_sync(pos, at_end, s);
+                const size_t i = find_sync(data, size, pos, at_end, s);
                 size_t skipped = i - pos;
                 if (s == 0) { // not found yet: a possible M2TS prefix stays for the next look
-                    const size_t keep = i < fill && stride == 0 ? std::min<size_t>(4, skipped) : 0;
+                    const size_t keep = i < size && stride == 0 ? std::min<size_t>(4, skipped) : 0;
                     counts.garbage_bytes += skipped - keep;
                     pos = i - keep;
                     break;
@@ -277,41 +281,62 @@ struct TsSectionReader::State {
                 stride = s;
                 pos = i;
             }
-            // The loop's bound keeps every read below inside [0, fill).
+            // The loop's bound keeps every packet, and every read below, inside [0, size).
             const int16_t* const selected = slot.data();
-            const size_t step = stride, end = fill;
+            const size_t step = stride;
             uint64_t packets = counts.packets;
-            while (pos + step <= end || (at_end && pos + kTsPacketSize <= end)) {
-                if (bytes::at(buf, pos) != kSync) {
+            while (pos + step <= size || (at_end && pos + kTsPacketSize <= size)) {
+                const char* const p = data + pos;
+                if (byte_at(p, 0) != kSync) {
                     lost = true;
                     break;
                 }
-                const uint8_t b1 = bytes::at(buf, pos + 1);
-                const uint8_t b3 = bytes::at(buf, pos + 3);
+                const uint8_t b1 = byte_at(p, 1);
+                const uint8_t b3 = byte_at(p, 3);
                 // Most packets are neither selected, errored nor carrying an
                 // adaptation field (where a PCR may be): count and step over.
-                if (selected[((b1 & 0x1F) << 8) | bytes::at(buf, pos + 2)] < 0 && !(b1 & 0x80) && !(b3 & 0x20)) {
+                if (selected[((b1 & 0x1F) << 8) | byte_at(p, 2)] < 0 && !(b1 & 0x80) && !(b3 & 0x20)) {
                     ++packets;
                 } else {
                     counts.packets = packets;
-                    packet(pos);
+                    packet(p);
                     packets = counts.packets;
                 }
-                pos = pos + step <= end ? pos + step : end;
+                pos = pos + step <= size ? pos + step : size;
             }
             counts.packets = packets;
             if (!lost)
                 break;
         }
         if (at_end) {
-            counts.garbage_bytes += fill - pos; // a cut last packet
-            pos = fill;
+            counts.garbage_bytes += size - pos; // a cut last packet
+            pos = size;
         }
-        // Keep the unread tail at the front for the next bytes.
-        if (fill > pos)
-            std::memmove(buf.data(), buf.data() + pos, fill - pos);
-        fill -= pos;
-        begin = 0;
+        return pos;
+    }
+
+    void feed(const char* data, size_t size)
+    {
+        size_t off = 0;
+        // The bytes left over last time, completed from the new ones; as soon
+        // as the walk is past them it goes on in the caller's bytes directly.
+        while (!carry.empty() && off < size) {
+            const size_t old = carry.size();
+            const size_t n = std::min(size - off, kCarry);
+            carry.insert(carry.end(), data + off, data + off + n);
+            const size_t used = process(carry.data(), carry.size(), false);
+            if (used >= old) {
+                off += used - old;
+                carry.clear();
+            } else {
+                off += n;
+                carry.erase(carry.begin(), carry.begin() + static_cast<long>(used));
+            }
+        }
+        if (off < size) {
+            const size_t used = process(data + off, size - off, false);
+            carry.assign(data + off + used, data + size);
+        }
     }
 };
 
@@ -328,25 +353,13 @@ void TsSectionReader::select(uint16_t pid)
     state_->pids.emplace_back();
 }
 
-void TsSectionReader::feed(const char* data, size_t size)
-{
-    State& s = *state_;
-    while (size > 0) {
-        const size_t n = std::min(size, kChunk);
-        if (s.buf.size() < s.fill + n)
-            s.buf.resize(s.fill + n);
-        std::memcpy(s.buf.data() + s.fill, data, n);
-        s.fill += n;
-        data += n;
-        size -= n;
-        s.process(false);
-    }
-}
+void TsSectionReader::feed(const char* data, size_t size) { state_->feed(data, size); }
 
 void TsSectionReader::finish()
 {
     State& s = *state_;
-    s.process(true);
+    s.process(s.carry.data(), s.carry.size(), true);
+    s.carry.clear();
     for (PidState& st : s.pids)
         s.cut(st);
 }
@@ -356,19 +369,18 @@ bool TsSectionReader::feed_file(const std::string& path)
     std::FILE* f = std::fopen(path.c_str(), "rb");
     if (!f)
         return false;
-    State& s = *state_;
-    if (s.buf.size() < kChunk + kCarry)
-        s.buf.resize(kChunk + kCarry);
+    // Read, not mapped: on the machine measured, faulting a mapped capture's
+    // pages in cost about three times copying them out of the page cache.
+    // Each chunk is walked where it lies; only a packet cut at its end is kept.
+    std::vector<char> chunk(kChunk);
     bool ok = true;
     for (;;) {
-        // Whole chunks keep the reads on page boundaries of the file.
-        const size_t n = std::fread(s.buf.data() + s.fill, 1, std::min(kChunk, s.buf.size() - s.fill), f);
+        const size_t n = std::fread(chunk.data(), 1, chunk.size(), f);
         if (n == 0) {
             ok = !std::ferror(f);
             break;
         }
-        s.fill += n;
-        s.process(false);
+        state_->feed(chunk.data(), n);
     }
     std::fclose(f);
     finish();
