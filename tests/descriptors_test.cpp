@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <tuple>
-#include <typeinfo>
 #include <syslog.h>
 
 #include <tavel/delivery_descriptors.h>
@@ -186,21 +185,6 @@ TEST(Descriptors, SettersAndAddersKeepTheLength)
     auto offsets = parse<DescriptorLocalTimeOffset>(0x58, kSpainEntry + kPortugalEntry + "FF");
     offsets->procesarDatos();
     EXPECT_EQ(offsets->offsets.size(), 4u);
-}
-
-TEST(Descriptors, FactoryDefaults)
-{
-    const std::tuple<unsigned short, unsigned char, unsigned char> cases[] = {
-        {0x43, 0x43, 11}, {0x44, 0x44, 11}, {0x48, 0x48, 3}, {0x4A, 0x4A, 7}, {0x5A, 0x5A, 11},
-        {0x5F, 0x5F, 4},  {0x83, 0x83, 0},  {0x87, 0x87, 6}, // mode 3 counts its header
-        {0x84, 0, 0},     {0x140, 0, 0},                     // unknown, not taken modulo 256: tag 0, the parser sets it
-    };
-    for (const auto& [tag, made_tag, length] : cases) {
-        auto d = Descriptor::getPtrDescriptorType(tag);
-        EXPECT_EQ(std::make_pair(d->descriptor_tag, d->descriptor_length), std::make_pair(made_tag, length)) << tag;
-        const Descriptor& made = *d;
-        EXPECT_EQ(typeid(made) == typeid(Descriptor), made_tag == 0) << tag;
-    }
 }
 
 TEST(Descriptors, PrintAndFindLogEachStep)

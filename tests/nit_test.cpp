@@ -271,24 +271,6 @@ TEST(NitGeneration, PatternDescriptorsAreTakenOverWithTheirRules)
     EXPECT_TRUE(log.has(LOG_DEBUG, "SE COGEN DESCRIPTORES DEL TS: 16 1 PARA LA NIT DE SALIDA"));
 }
 
-TEST(NitGeneration, TableSpillsIntoThreeSectionsWithTheHeaderCopied)
-{
-    test::TempRoot root;
-    auto nit = network(25, 5);
-    const auto sections = test::sections_of(generate(*nit, root));
-    ASSERT_EQ(sections.size(), 3u);
-    const size_t entries[] = {10, 10, 5};
-    for (unsigned n = 0; n < 3; ++n) {
-        SCOPED_TRACE(n);
-        EXPECT_EQ(mpeg_crc(0xFFFFFFFFUL, sections[n], sections[n].size()), 0u);
-        EXPECT_LE(sections[n].size(), 1024u);
-        // NIT actual with its syntax bits; network, version 5, section n of 2; the name in section 0 only.
-        EXPECT_EQ(to_hex(sections[n]).substr(0, 4) + " " + to_hex(sections[n]).substr(9, 20),
-                  "40 F 30 01 CB 0" + std::to_string(n) + " 02 F0 " + (n == 0 ? "07" : "00"));
-        EXPECT_EQ(nit->secciones[n]->transport_streams.items.size(), entries[n]);
-    }
-}
-
 // The network loop takes a pattern descriptor while it fits exactly.
 TEST(NitGeneration, NetworkLoopRoomCheckBoundary)
 {
@@ -494,21 +476,6 @@ TEST(NitOutput, ComparisonImageBlanksVersionAndCrc)
     expected[5] = static_cast<char>(0xC1);
     std::fill(expected.end() - 4, expected.end(), 0);
     EXPECT_EQ(to_hex(image), to_hex(expected));
-}
-
-TEST(NitOutput, GeneratedTableReadsBackSectionForSection)
-{
-    test::TempRoot root;
-    auto nit = network(25, 7);
-    const auto file = generate(*nit, root);
-    tNIT back;
-    back.procesarNIT(file);
-    ASSERT_EQ(back.secciones.size(), 3u);
-    for (size_t n = 0; n < 3; ++n)
-        EXPECT_EQ(dump(*back.secciones[n]), dump(*nit->secciones[n])) << n;
-    auto copy = std::make_unique<tNIT>();
-    copy->procesarNIT(file);
-    EXPECT_TRUE(back.compareNIT(copy));
 }
 
 TEST(NitOutput, FilesAreReadFromTheirPlaces)

@@ -1,34 +1,20 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <iterator>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <syslog.h>
 
 #include <tavel/file_io.h>
 
 #include "platform/log.h"
 #include "platform/platform_path.h"
+#include "table_rounds.h"
 #include "test_support.h"
 
 namespace fs = std::filesystem;
 using tavel::test::hex;
-
-namespace {
-std::string slurp(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-size_t entries(const std::string& dir)
-{
-    return static_cast<size_t>(std::distance(fs::directory_iterator(dir), fs::directory_iterator()));
-}
-} // namespace
 
 TEST(PlatformPath, PrefixesOnlyWithNonEmptyRoot)
 {
@@ -51,8 +37,8 @@ TEST(FileIo, WriteCreatesDirectoriesReplacesAndReadsBack)
     EXPECT_EQ(back, data);
     // Replacing leaves exactly the new content and no temporary behind.
     ASSERT_NE(tavel::write_char_vector_to_file(hex("01"), path, false), 0);
-    EXPECT_EQ(slurp(path), std::string("\x01", 1));
-    EXPECT_EQ(entries(fs::path(path).parent_path()), 1u);
+    EXPECT_EQ(tavel::test::read_file(path), hex("01"));
+    EXPECT_EQ(tavel::test::names_in(fs::path(path).parent_path()).size(), 1u);
     ASSERT_NE(tavel::write_char_vector_to_file({}, path, false), 0);
     EXPECT_EQ(fs::file_size(path), 0u);
 }
@@ -65,7 +51,7 @@ TEST(FileIo, FailedRenameAndReadKeepWhatWasThere)
     fs::create_directories(path + "/inner");
     EXPECT_EQ(tavel::write_char_vector_to_file(hex("40"), path, false), 0);
     EXPECT_TRUE(fs::is_directory(path + "/inner"));
-    EXPECT_EQ(entries(root("/tables")), 1u);
+    EXPECT_EQ(tavel::test::names_in(root("/tables")).size(), 1u);
     EXPECT_EQ(tavel::write_char_vector_to_file(hex("40"), root("/dir/"), false), 0);
 
     std::vector<char> buffer = hex("01 02");

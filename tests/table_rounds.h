@@ -102,13 +102,6 @@ inline std::vector<std::vector<char>> round_bytes(unsigned r, uint16_t outputs =
     return files;
 }
 
-inline std::vector<char> read_file(const std::string& path)
-{
-    std::vector<char> bytes;
-    read_char_vector_from_file(path, bytes);
-    return bytes;
-}
-
 // Sorted, without the dot entries.
 inline std::vector<std::string> names_in(const std::string& dir)
 {

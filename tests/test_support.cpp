@@ -1,6 +1,5 @@
 #include "test_support.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -59,18 +58,6 @@ std::vector<char> seal(std::vector<char> s)
     for (int shift = 24; shift >= 0; shift -= 8)
         s.push_back(static_cast<char>(crc >> shift));
     return s;
-}
-
-std::vector<std::vector<char>> sections_of(const std::vector<char>& table)
-{
-    std::vector<std::vector<char>> out;
-    for (size_t o = 0; o + 3 <= table.size();) {
-        const size_t size = ((static_cast<unsigned char>(table[o + 1]) & 0x0F) << 8 | static_cast<unsigned char>(table[o + 2])) + 3;
-        const size_t end = std::min(o + size, table.size());
-        out.emplace_back(table.begin() + static_cast<long>(o), table.begin() + static_cast<long>(end));
-        o = end;
-    }
-    return out;
 }
 
 std::vector<char> read_file(const std::string& path)

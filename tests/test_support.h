@@ -14,8 +14,6 @@ std::vector<char> hex(const std::string& text);
 std::string to_hex(const std::vector<char>& bytes);
 // Sets section_length for the CRC to come, then appends the CRC_32.
 std::vector<char> seal(std::vector<char> section);
-// A table image cut into its sections by their section_length fields.
-std::vector<std::vector<char>> sections_of(const std::vector<char>& table);
 // A file's bytes; empty when it cannot be read.
 std::vector<char> read_file(const std::string& path);
 
