@@ -119,8 +119,8 @@ TEST(TsSectionReader, CountsEachFaultExactly)
     packets.insert(packets.end(), clean.begin(), clean.end());
     for (const Case& c : cases) {
         const std::vector<char> ts = c.damage(packets);
-        // 7 bytes: every packet cut; 200: a cut packet finished from the next piece, the rest of it read in place.
-        for (size_t piece : {size_t{0}, size_t{7}, size_t{200}}) {
+        // 1 and 7 bytes: every packet cut; 200: a cut packet finished from the next piece, the rest read in place.
+        for (size_t piece : {size_t{0}, size_t{1}, size_t{7}, size_t{200}}) {
             SCOPED_TRACE(std::string(c.name) + ", fed in pieces of " + std::to_string(piece));
             const Result r = read(ts, piece);
             EXPECT_EQ(r.sections, c.sections);

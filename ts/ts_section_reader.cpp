@@ -266,8 +266,9 @@ struct TsSectionReader::State {
                 size_t s = 0;
                 const size_t i = find_sync(data, size, pos, at_end, s);
                 size_t skipped = i - pos;
-                if (s == 0) { // not found yet: a possible M2TS prefix stays for the next look
-                    const size_t keep = i < size && stride == 0 ? std::min<size_t>(4, skipped) : 0;
+                if (s == 0) { // not found yet: a possible M2TS prefix stays for the next look,
+                    // also when its sync byte is still to come
+                    const size_t keep = stride == 0 ? std::min<size_t>(4, skipped) : 0;
                     counts.garbage_bytes += skipped - keep;
                     pos = i - keep;
                     break;
