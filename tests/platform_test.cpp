@@ -26,23 +26,6 @@ TEST(PlatformPath, PrefixesOnlyWithNonEmptyRoot)
     EXPECT_EQ(tavel::platform_path("/tavel/datosWeb/tablasSI/NIT_table"), "/tavel/datosWeb/tablasSI/NIT_table");
 }
 
-TEST(FileIo, WriteCreatesDirectoriesReplacesAndReadsBack)
-{
-    tavel::test::TempRoot root;
-    const std::string path = root("/tavel/datosWeb/tablasSI/NIT_table");
-    std::vector<char> data = hex("40 F0 0D 00 80 FF");
-    ASSERT_NE(tavel::write_char_vector_to_file(data, path, false), 0);
-    std::vector<char> back = hex("AA BB");
-    ASSERT_NE(tavel::read_char_vector_from_file(path, back), 0);
-    EXPECT_EQ(back, data);
-    // Replacing leaves exactly the new content and no temporary behind.
-    ASSERT_NE(tavel::write_char_vector_to_file(hex("01"), path, false), 0);
-    EXPECT_EQ(tavel::test::read_file(path), hex("01"));
-    EXPECT_EQ(tavel::test::names_in(fs::path(path).parent_path()).size(), 1u);
-    ASSERT_NE(tavel::write_char_vector_to_file({}, path, false), 0);
-    EXPECT_EQ(fs::file_size(path), 0u);
-}
-
 TEST(FileIo, FailedRenameAndReadKeepWhatWasThere)
 {
     // A directory standing where the file should be: rename must fail.

@@ -53,19 +53,6 @@ TEST(CountryHandle, TwoAndThreeLetterCodesInAnyCase)
     EXPECT_EQ(getThriftCountryHandle(nullptr), 0);
 }
 
-TEST(Spectrum, UnknownCountryIsEmptyAndEveryLookUpFindsNothing)
-{
-    for (int country : {0, -1, 16, 1000}) {
-        auto s = getRfBandsForCountry(country);
-        ASSERT_TRUE(s);
-        EXPECT_EQ(s->country, -1);
-        EXPECT_TRUE(s->num_channels == 0 && s->bands.empty() && s->getFlatChannels().empty()) << country;
-        EXPECT_FALSE(s->getRfChannelByIndex(0) || s->getRfChannelByName("21") ||
-                     s->getRfChannelByName(std::regex(".*")))
-            << country;
-    }
-}
-
 TEST(PlanData, EveryCountryMatchesTheCsvAndEveryChannelLiesInsideItsEnabledBand)
 {
     const auto csv = read_plan_csv();

@@ -224,20 +224,6 @@ TEST(SdtGeneration, PlacementBoundaryAtFreeSpaceMinusFour)
     EXPECT_EQ(spills.data_size, 883u + 157u);
 }
 
-// The other copy is appended; the table itself stays actual (both decoded in the interop test).
-TEST(SdtOutput, OtherCopyIsAppended)
-{
-    auto sdt = generated(7, 3);
-    std::vector<char> out = hex("AB CD"), actual;
-    sdt->getSDT(out, true);
-    sdt->getSDT(actual, false);
-    EXPECT_EQ(to_hex(out).substr(0, 8) + to_hex(actual).substr(0, 2), "AB CD 4642");
-    EXPECT_EQ(out.size(), 2 + actual.size());
-    std::vector<char> untouched = hex("01");
-    tSDT().getSDT(untouched, true);
-    EXPECT_EQ(to_hex(untouched), "01");
-}
-
 TEST(SdtComparison, VersionsSizesAndLastSectionNumber)
 {
     auto base = generated(7, 3);

@@ -230,29 +230,6 @@ TEST(Backplane, AddressesFromTheSubnetToolOnThePath)
     }
 }
 
-TEST(InterfaceStatus, ToolOutputWholeOrEmpty)
-{
-    EXPECT_EQ(tavel::command::interfaceStatusArgv("eth0"),
-              (std::vector<std::string>{"/usr/bin/tavnet-external-net-config", "-j", "-I", "eth0"}));
-    struct Case {
-        const char* script;  // nullptr: no tool
-        std::string salida;
-    } cases[] = {
-        {"printf '{\"interface\":\"%s\",\"up\":true}\\n%0500d' \"$3\" 0\n",
-         "{\"interface\":\"eth1\",\"up\":true}\n" + std::string(500, '0')},  // beyond any one read
-        {"exit 3\n", ""},
-        {nullptr, ""},
-    };
-    for (const Case& c : cases) {
-        TempRoot root;
-        if (c.script)
-            writeScript(root("/usr/bin/tavnet-external-net-config"), c.script);
-        std::string salida = "stale";
-        EXPECT_EQ(tavel::getNetworInterfaceStatus("eth1", salida), 0);
-        EXPECT_EQ(salida, c.salida) << (c.script ? c.script : "no tool");
-    }
-}
-
 TEST(InterfaceStatus, HostileNamesReachTheToolAsOneArgumentAndRunNothing)
 {
     TempRoot root;

@@ -222,20 +222,6 @@ TEST_F(TavelSi, BadInputExitsTwoWithOneLineAndTouchesNothing)
 
 // --- demo, dump, channels and the command line -----------------------------
 
-TEST_F(TavelSi, DemoPublishesOnceThenSaysNothingChanged)
-{
-    const fs::path root = dir_ / "d";
-    Result first = run("demo --root " + root.string());
-    ASSERT_EQ(first.status, 0) << first.err;
-    for (const char* name : {"NIT_table", "SDT_table_1", "SDT_table_2", "SDT_table_3", "TOT_table"})
-        EXPECT_NE(first.out.find("== " + (tables(root) / name).string()), std::string::npos) << name;
-    EXPECT_NE(first.out.find("service_name=\"Radio Clásica\""), std::string::npos);
-    EXPECT_EQ(first.out.find("CRC BAD"), std::string::npos);
-
-    EXPECT_NE(run("demo --root " + root.string()).out.find("Nothing published: the NIT and every SDT are unchanged."),
-              std::string::npos);
-}
-
 TEST_F(TavelSi, DumpJsonAgreesWithTheLibraryAndFlagsABadCrc)
 {
     const fs::path t = tables(demo_root());
