@@ -58,6 +58,9 @@ public:
     TsSectionReader& operator=(const TsSectionReader&) = delete;
 
     void select(uint16_t pid);
+    // The bytes are walked where they lie, without a copy; what a later piece
+    // must complete (a packet cut at their end) is copied, so they need not
+    // outlive the call.
     void feed(const char* data, size_t size);
     void feed(const std::vector<char>& bytes) { feed(bytes.data(), bytes.size()); }
     // End of stream: a last short packet is garbage, unfinished sections are cut.
