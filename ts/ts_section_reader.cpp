@@ -288,6 +288,10 @@ struct TsSectionReader::State {
             uint64_t packets = counts.packets;
             while (pos + step <= size || (at_end && pos + kTsPacketSize <= size)) {
                 const char* const p = data + pos;
+                // Bytes not in cache yet (a large buffer of the caller's): the
+                // header eight packets on is asked for now, not waited for then.
+                if (pos + 9 * step <= size)
+                    __builtin_prefetch(p + 8 * step);
                 if (byte_at(p, 0) != kSync) {
                     lost = true;
                     break;

@@ -5,9 +5,10 @@
 // chunks, checks sync, picks the three PIDs and pushes their packets into one
 // handle per PID, whose gather callback checks the CRC, as ours does, and
 // counts. Both sides get the file by fread, 256 KB at a time (libdvbpsi takes
-// packets, not files). A third column feeds our reader from a read-only
-// mapping of the file instead, the way to skip the copy: the page faults are
-// paid instead. Medians of several rounds.
+// packets, not files). Then our reader fed from a read-only mapping of the
+// file, the way to skip the copy (the page faults are paid instead), and both
+// sides over the bytes already in memory: what the walk itself costs.
+// Medians of several rounds.
 //   tavel-ts-bench [DIR]   captures are made in DIR (default /tmp) if missing
 #include <algorithm>
 #include <chrono>
@@ -16,6 +17,7 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -106,7 +108,9 @@ struct Tally {
     uint64_t bytes = 0;
 };
 
-uint64_t ours(const std::string& path, bool mapped)
+enum class Source { file, mapped, memory };
+
+uint64_t ours(const std::string& path, Source source, std::vector<char>& memory)
 {
     Tally t;
     tavel::TsSectionReader reader([&t](const tavel::TsSectionPlace&, const std::vector<char>& s) {
@@ -115,8 +119,13 @@ uint64_t ours(const std::string& path, bool mapped)
     });
     for (uint16_t pid : {0x10, 0x11, 0x14})
         reader.select(pid);
-    if (!mapped) {
-        reader.feed_file(path);
+    if (source != Source::mapped) {
+        if (source == Source::file) {
+            reader.feed_file(path);
+        } else {
+            reader.feed(memory.data(), memory.size());
+            reader.finish();
+        }
         return t.sections;
     }
     const int fd = open(path.c_str(), O_RDONLY);
@@ -145,7 +154,23 @@ void gather(dvbpsi_t* handle, dvbpsi_psi_section_t* section)
     dvbpsi_DeletePSISections(section);
 }
 
-uint64_t theirs(const std::string& path)
+// The packets of the three PIDs in data[0, size) into their handles; the bytes used.
+size_t push(dvbpsi_t* const (&handles)[3], uint8_t* data, size_t size)
+{
+    size_t pos = 0;
+    for (; pos + 188 <= size; pos += 188) {
+        uint8_t* p = data + pos;
+        if (p[0] != 0x47)
+            continue;
+        const unsigned pid = ((p[1] & 0x1F) << 8) | p[2];
+        dvbpsi_t* h = pid == 0x10 ? handles[0] : pid == 0x11 ? handles[1] : pid == 0x14 ? handles[2] : nullptr;
+        if (h)
+            dvbpsi_packet_push(h, p);
+    }
+    return pos;
+}
+
+uint64_t theirs(const std::string& path, Source source, std::vector<char>& memory)
 {
     Tally t;
     dvbpsi_t* handles[3];
@@ -156,24 +181,17 @@ uint64_t theirs(const std::string& path)
     }
     std::vector<uint8_t> buf(kChunk + 188);
     size_t fill = 0;
-    std::FILE* f = std::fopen(path.c_str(), "rb");
+    std::FILE* f = source == Source::file ? std::fopen(path.c_str(), "rb") : nullptr;
     for (size_t n; f && (n = std::fread(buf.data() + fill, 1, kChunk, f)) > 0;) {
         fill += n;
-        size_t pos = 0;
-        for (; pos + 188 <= fill; pos += 188) {
-            uint8_t* p = buf.data() + pos;
-            if (p[0] != 0x47)
-                continue;
-            const unsigned pid = ((p[1] & 0x1F) << 8) | p[2];
-            dvbpsi_t* h = pid == 0x10 ? handles[0] : pid == 0x11 ? handles[1] : pid == 0x14 ? handles[2] : nullptr;
-            if (h)
-                dvbpsi_packet_push(h, p);
-        }
+        const size_t pos = push(handles, buf.data(), fill);
         std::memmove(buf.data(), buf.data() + pos, fill - pos);
         fill -= pos;
     }
     if (f)
         std::fclose(f);
+    else
+        push(handles, reinterpret_cast<uint8_t*>(memory.data()), memory.size());
     for (dvbpsi_t* h : handles) {
         dvbpsi_decoder_delete(h->p_decoder);
         h->p_decoder = nullptr;
@@ -200,32 +218,36 @@ double median(std::vector<double> v)
 int main(int argc, char** argv)
 {
     const std::string dir = argc > 1 ? argv[1] : "/tmp";
-    std::printf("both sides read the file with fread, 256 KB at a time; \"mmap\": ours fed from a mapping instead\n");
-    std::printf("%-44s %9s %9s %9s %7s %9s %9s\n", "capture (100 MB, PIDs 0x10 0x11 0x14 read)", "sections", "tavel",
-                "libdvbpsi", "ratio", "tavel", "mmap");
+    std::printf("both sides read the file with fread, 256 KB at a time; \"mmap\": ours fed from a mapping "
+                "instead;\n\"in memory\": both over the bytes already read (ours, libdvbpsi)\n");
+    std::printf("%-44s %9s %9s %9s %7s %9s %9s %19s\n", "capture (100 MB, PIDs 0x10 0x11 0x14 read)", "sections",
+                "tavel", "libdvbpsi", "ratio", "tavel", "mmap", "in memory");
     for (const bool si_only : {false, true}) {
         const std::string path = dir + (si_only ? "/tavel-ts-bench-si.ts" : "/tavel-ts-bench-mux.ts");
         if (!std::ifstream(path))
             make_capture(path, si_only);
-        ours(path, false); // into the page cache
-        uint64_t n_ours = 0, n_theirs = 0, n_mapped = 0;
-        std::vector<double> our_times, their_times, mapped_times;
+        std::ifstream in(path, std::ios::binary); // and into the page cache
+        std::vector<char> memory((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        uint64_t n_ours = 0, n_theirs = 0, n_mapped = 0, n_ours_memory = 0, n_theirs_memory = 0;
+        std::vector<double> our_times, their_times, mapped_times, our_memory_times, their_memory_times;
         for (int i = 0; i < kRounds; ++i) { // alternated, so that load elsewhere falls on all
-            our_times.push_back(seconds([&] { return ours(path, false); }, n_ours));
-            their_times.push_back(seconds([&] { return theirs(path); }, n_theirs));
-            mapped_times.push_back(seconds([&] { return ours(path, true); }, n_mapped));
+            our_times.push_back(seconds([&] { return ours(path, Source::file, memory); }, n_ours));
+            their_times.push_back(seconds([&] { return theirs(path, Source::file, memory); }, n_theirs));
+            mapped_times.push_back(seconds([&] { return ours(path, Source::mapped, memory); }, n_mapped));
+            our_memory_times.push_back(seconds([&] { return ours(path, Source::memory, memory); }, n_ours_memory));
+            their_memory_times.push_back(
+                seconds([&] { return theirs(path, Source::memory, memory); }, n_theirs_memory));
         }
         const double t_ours = median(our_times), t_theirs = median(their_times);
-        if (n_ours != n_theirs || n_mapped != n_ours) {
-            std::fprintf(stderr, "tavel-ts-bench: found %llu sections (read), %llu (libdvbpsi), %llu (mmap)\n",
-                         static_cast<unsigned long long>(n_ours), static_cast<unsigned long long>(n_theirs),
-                         static_cast<unsigned long long>(n_mapped));
+        if (n_ours != n_theirs || n_mapped != n_ours || n_ours_memory != n_ours || n_theirs_memory != n_ours) {
+            std::fprintf(stderr, "tavel-ts-bench: the ways of reading found different numbers of sections\n");
             return 1;
         }
-        std::printf("%-44s %9llu %7.1fms %7.1fms %7.2f %5.2fGB/s %7.1fms\n",
+        std::printf("%-44s %9llu %7.1fms %7.1fms %7.2f %5.2fGB/s %7.1fms %7.1fms %7.1fms\n",
                     si_only ? "SI PIDs only, tables back to back" : "24 Mbit/s multiplex, SI at receiver intervals",
                     static_cast<unsigned long long>(n_ours), t_ours * 1e3, t_theirs * 1e3, t_ours / t_theirs,
-                    static_cast<double>(kSize) / t_ours / 1e9, median(mapped_times) * 1e3);
+                    static_cast<double>(kSize) / t_ours / 1e9, median(mapped_times) * 1e3,
+                    median(our_memory_times) * 1e3, median(their_memory_times) * 1e3);
     }
     return 0;
 }
