@@ -33,6 +33,22 @@ inline void put40(std::vector<char>& b, uint64_t v)
     put32(b, static_cast<uint32_t>(v));
 }
 
+// The same values stored into room already made (a buffer resized to the
+// payload's size first); each returns the position after what it wrote.
+// For payloads of known size: appending byte by byte re-checks the
+// capacity and reloads the vector after every byte.
+inline char* store8(char* p, uint32_t v)
+{
+    *p = static_cast<char>(static_cast<uint8_t>(v));
+    return p + 1;
+}
+inline char* store16(char* p, uint32_t v) { return store8(store8(p, v >> 8), v); }
+inline char* store32(char* p, uint32_t v) { return store16(store16(p, v >> 16), v); }
+inline char* store40(char* p, uint64_t v)
+{
+    return store32(store8(p, static_cast<uint32_t>(v >> 32)), static_cast<uint32_t>(v));
+}
+
 inline uint8_t at(const std::vector<char>& b, size_t i) { return static_cast<uint8_t>(b[i]); }
 
 // A read-only window [begin, end) over a buffer. Reads outside the window

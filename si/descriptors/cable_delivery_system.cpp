@@ -6,6 +6,7 @@
 
 #include "dvb/byte_io.h"
 #include "platform/log.h"
+#include "si/descriptors/delivery_decode.h"
 
 namespace tavel {
 
@@ -29,28 +30,32 @@ DescriptorCableDeliverySystem::DescriptorCableDeliverySystem(unsigned long frequ
 {
 }
 
+void decode_cable_delivery(DescriptorCableDeliverySystem& d)
+{
+    bytes::Reader r(d.data);
+    // Wire: 8 BCD digits of 100 Hz and 7 of 100 symbol/s; the last digit of each is dropped.
+    d.frequency = static_cast<uint32_t>(bcd2bin(r.u32(0) >> 4));
+    d.FEC_outer = r.u8(5) & 0x0F;
+    d.modulation = r.u8(6);
+    d.symbol_rate = static_cast<uint32_t>(bcd2bin(r.u24(7)));
+    d.FEC_inner = r.u8(10) & 0x0F;
+}
+
 void DescriptorCableDeliverySystem::procesarDatos()
 {
-    bytes::Reader r(data);
-    // Wire: 8 BCD digits of 100 Hz and 7 of 100 symbol/s; the last digit of each is dropped.
-    frequency = static_cast<uint32_t>(bcd2bin(r.u32(0) >> 4));
-    FEC_outer = r.u8(5) & 0x0F;
-    modulation = r.u8(6);
-    symbol_rate = static_cast<uint32_t>(bcd2bin(r.u24(7)));
-    FEC_inner = r.u8(10) & 0x0F;
+    decode_cable_delivery(*this);
     tavel::log(LOG_DEBUG, "frecuencia %lu, symbolRate_bcd %lu", static_cast<unsigned long>(frequency),
                static_cast<unsigned long>(symbol_rate));
 }
 
 void DescriptorCableDeliverySystem::generateDataVector()
 {
-    data.clear();
-    data.reserve(descriptor_length);
-    bytes::put32(data, static_cast<uint32_t>(bin2bcd(frequency) << 4));
-    bytes::put8(data, 0xFF);
-    bytes::put8(data, 0xF0 | (FEC_outer & 0x0F));
-    bytes::put8(data, modulation);
-    bytes::put32(data, static_cast<uint32_t>((bin2bcd(symbol_rate) << 8) | (FEC_inner & 0x0F)));
+    data.assign(kDeliveryLength, 0);
+    char* p = bytes::store32(data.data(), static_cast<uint32_t>(bin2bcd(frequency) << 4));
+    p = bytes::store8(p, 0xFF);
+    p = bytes::store8(p, 0xF0 | (FEC_outer & 0x0F));
+    p = bytes::store8(p, modulation);
+    bytes::store32(p, static_cast<uint32_t>((bin2bcd(symbol_rate) << 8) | (FEC_inner & 0x0F)));
 }
 
 } // namespace tavel

@@ -1,5 +1,7 @@
 #include <tavel/network_descriptors.h>
 
+#include <algorithm>
+
 #include "dvb/byte_io.h"
 
 namespace tavel {
@@ -40,15 +42,18 @@ void DescriptorLocalTimeOffset::procesarDatos()
 
 void DescriptorLocalTimeOffset::generateDataVector()
 {
-    data.clear();
-    data.reserve(descriptor_length);
+    // The code is written as it stands: a short code makes a short entry.
+    size_t size = 0;
+    for (const auto& o : offsets)
+        size += o.country_code.size() + kOffsetEntrySize - kCountryCodeSize;
+    data.assign(size, 0);
+    char* p = data.data();
     for (const auto& o : offsets) {
-        // The code is written as it stands: a short code makes a short entry.
-        data.insert(data.end(), o.country_code.begin(), o.country_code.end());
-        bytes::put8(data, (o.country_region_id << 2) | kReservedBit | (o.local_time_offset_polarity & 1));
-        bytes::put16(data, o.local_time_offset);
-        bytes::put40(data, o.time_of_change);
-        bytes::put16(data, o.next_time_offset);
+        p = std::copy(o.country_code.begin(), o.country_code.end(), p);
+        p = bytes::store8(p, (o.country_region_id << 2) | kReservedBit | (o.local_time_offset_polarity & 1));
+        p = bytes::store16(p, o.local_time_offset);
+        p = bytes::store40(p, o.time_of_change);
+        p = bytes::store16(p, o.next_time_offset);
     }
 }
 

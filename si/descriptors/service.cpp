@@ -1,5 +1,6 @@
 #include <tavel/service_descriptors.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "dvb/byte_io.h"
@@ -16,11 +17,11 @@ constexpr unsigned char kServiceFixedBytesWithSelectors = 5;
 constexpr unsigned char kSelectorUtf8 = 0x15;
 
 // A name field: its length byte counts the selector byte written in front.
-void put_name(std::vector<char>& data, unsigned char charset, const std::string& name)
+char* store_name(char* p, unsigned char charset, const std::string& name)
 {
-    bytes::put8(data, static_cast<uint32_t>(name.size() + 1));
-    bytes::put8(data, charset);
-    data.insert(data.end(), name.begin(), name.end());
+    p = bytes::store8(p, static_cast<uint32_t>(name.size() + 1));
+    p = bytes::store8(p, charset);
+    return std::copy(name.begin(), name.end(), p);
 }
 } // namespace
 
@@ -70,11 +71,10 @@ void DescriptorService::procesarDatos()
 
 void DescriptorService::generateDataVector()
 {
-    data.clear();
-    data.reserve(descriptor_length);
-    bytes::put8(data, service_type);
-    put_name(data, provider_charset, provider_name);
-    put_name(data, service_name_charset, service_name);
+    data.assign(kServiceFixedBytesWithSelectors + provider_name.size() + service_name.size(), 0);
+    char* p = bytes::store8(data.data(), service_type);
+    p = store_name(p, provider_charset, provider_name);
+    store_name(p, service_name_charset, service_name);
     // A name re-emitted as UTF-8 may differ in size from the bytes it was
     // parsed from; only the written size keeps the SDT well formed.
     descriptor_length = static_cast<unsigned char>(data.size());

@@ -22,19 +22,23 @@ void DescriptorServiceList::procesarDatos()
 {
     services.clear();
     bytes::Reader r(data, 0, descriptor_length);
-    services.reserve(r.size() / kServiceListEntrySize);
-    for (size_t i = 0; r.has(i, kServiceListEntrySize); i += kServiceListEntrySize)
-        services.push_back({r.u16(i), r.u8(i + 2)});
+    // Sized first and written field by field: an entry built on the stack
+    // and copied in whole is read back before its stores land.
+    services.resize(r.size() / kServiceListEntrySize);
+    size_t i = 0;
+    for (auto& entry : services) {
+        entry.service_id = r.u16(i);
+        entry.service_type = r.u8(i + 2);
+        i += kServiceListEntrySize;
+    }
 }
 
 void DescriptorServiceList::generateDataVector()
 {
-    data.clear();
-    data.reserve(descriptor_length);
-    for (const auto& s : services) {
-        bytes::put16(data, s.service_id);
-        bytes::put8(data, s.service_type);
-    }
+    data.assign(services.size() * kServiceListEntrySize, 0);
+    char* p = data.data();
+    for (const auto& s : services)
+        p = bytes::store8(bytes::store16(p, s.service_id), s.service_type);
 }
 
 } // namespace tavel

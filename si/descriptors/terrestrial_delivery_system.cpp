@@ -4,6 +4,7 @@
 
 #include "dvb/byte_io.h"
 #include "platform/log.h"
+#include "si/descriptors/delivery_decode.h"
 
 namespace tavel {
 
@@ -32,26 +33,31 @@ DescriptorTerrestrialDeliverySystem::DescriptorTerrestrialDeliverySystem(
 {
 }
 
-void DescriptorTerrestrialDeliverySystem::procesarDatos()
+void decode_terrestrial_delivery(DescriptorTerrestrialDeliverySystem& d)
 {
     // This parser is not the inverse of generateDataVector, and the tools that
     // read stored NITs depend on what it yields: keep every field as it is.
-    bytes::Reader r(data);
-    frequency = r.u32(0) / kTenHertzPerKilohertz;
+    bytes::Reader r(d.data);
+    d.frequency = r.u32(0) / kTenHertzPerKilohertz;
     const uint8_t b4 = r.u8(4);
     const uint8_t b5 = r.u8(5);
     const uint8_t b6 = r.u8(6);
-    bandwidth = b4 >> 5;
-    priority = (b4 >> 4) & 1;
-    time_slicing_indicator = (b4 >> 3) & 1;
-    MPE_FEC_indicator = (b4 >> 2) & 1;
-    constellation = b5 >> 6;
-    code_rate_HP_stream = b5 & 7;
-    code_rate_LP_stream = b6 >> 6;
+    d.bandwidth = b4 >> 5;
+    d.priority = (b4 >> 4) & 1;
+    d.time_slicing_indicator = (b4 >> 3) & 1;
+    d.MPE_FEC_indicator = (b4 >> 2) & 1;
+    d.constellation = b5 >> 6;
+    d.code_rate_HP_stream = b5 & 7;
+    d.code_rate_LP_stream = b6 >> 6;
     // Hierarchy ends up taken from bits 3-1 of byte 6; guard interval and
     // transmission mode are not read and keep their values.
-    hierarchy_information = (b6 >> 1) & 7;
-    other_frequency_flag = b6 & 1;
+    d.hierarchy_information = (b6 >> 1) & 7;
+    d.other_frequency_flag = b6 & 1;
+}
+
+void DescriptorTerrestrialDeliverySystem::procesarDatos()
+{
+    decode_terrestrial_delivery(*this);
     tavel::log(LOG_DEBUG, "frecuencia %lu", static_cast<unsigned long>(frequency));
 }
 

@@ -5,6 +5,7 @@
 #include <tavel/coding.h>
 
 #include "platform/log.h"
+#include "si/sections/section_seal.h"
 
 namespace tavel {
 
@@ -18,16 +19,21 @@ SISection::~SISection() = default;
 
 void SISection::generar_crc()
 {
-    std::vector<char> buffer;
-    buffer.reserve(section_length + 3u);
-    const unsigned short n = copy_section_to_buffer(buffer, false);
-    const bool debug = log_wanted(LOG_DEBUG);
+    std::vector<char> image;
+    seal_section(*this, image, log_wanted(LOG_DEBUG));
+}
+
+void seal_section(SISection& section, std::vector<char>& image, bool debug)
+{
+    image.clear();
+    image.reserve(section.section_length + 3u);
+    const unsigned short n = section.copy_section_to_buffer(image, false);
     if (debug)
         tavel::log(LOG_DEBUG, "generar_crc: %d", n - 4);
     // The CRC covers everything but its own 4 bytes.
-    CRC = static_cast<uint32_t>(mpeg_crc(0xFFFFFFFFUL, buffer, n >= 4 ? n - 4u : 0u));
+    section.CRC = static_cast<uint32_t>(mpeg_crc(0xFFFFFFFFUL, image, n >= 4 ? n - 4u : 0u));
     if (debug)
-        tavel::log(LOG_DEBUG, "section_CRC: %d", static_cast<int>(static_cast<int32_t>(CRC)));
+        tavel::log(LOG_DEBUG, "section_CRC: %d", static_cast<int>(static_cast<int32_t>(section.CRC)));
 }
 
 } // namespace tavel

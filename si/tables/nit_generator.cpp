@@ -8,6 +8,7 @@
 #include <tavel/network_descriptors.h>
 
 #include "platform/log.h"
+#include "si/sections/section_seal.h"
 #include "si/tables/nit_generation.h"
 
 namespace tavel {
@@ -177,11 +178,13 @@ void tNIT::cerrar_ultima_seccion()
     else if (!secciones.empty() && secciones.back())
         last = secciones.back()->section_number;
     cerrar_seccion(true);
+    const bool debug = log_wanted(LOG_DEBUG);
+    std::vector<char> image;
     for (auto& seccion : secciones) {
         if (!seccion)
             continue;
         seccion->last_section_number = last;
-        seccion->generar_crc();
+        seal_section(*seccion, image, debug);
     }
 }
 

@@ -4,7 +4,15 @@
 // keeps what was complete before it.
 #include <tavel/nit.h>
 
+#include <syslog.h>
+
+#include <tavel/delivery_descriptors.h>
+#include <tavel/service_descriptors.h>
+
 #include "dvb/byte_io.h"
+#include "platform/log.h"
+#include "si/descriptors/delivery_decode.h"
+#include "si/descriptors/descriptor_arena.h"
 
 namespace tavel {
 
@@ -25,10 +33,60 @@ size_t count_entries(const bytes::Reader& in, size_t pos, unsigned loop_length, 
     return n;
 }
 
+constexpr uint8_t kServiceListTag = 0x41;
+constexpr uint8_t kCableDeliveryTag = 0x44;
+constexpr uint8_t kTerrestrialDeliveryTag = 0x5A;
+
+template <typename T>
+std::shared_ptr<T> with_payload(DescriptorArena& arena, uint8_t tag, uint8_t length,
+                                 const bytes::Reader::View& payload)
+{
+    auto d = arena.make<T>();
+    d->descriptor_tag = tag;
+    d->descriptor_length = length;
+    d->data.assign(payload.data, payload.data + payload.size);
+    return d;
+}
+
+// The descriptor object for tag with its payload decoded; the classes of a
+// usual TS entry come from the arena. With debug false the delivery
+// descriptors skip their debug line, which the mask would drop.
+std::shared_ptr<Descriptor> decoded_descriptor(DescriptorArena& arena, uint8_t tag, uint8_t length,
+                                               const bytes::Reader::View& payload, bool debug)
+{
+    if (tag == kCableDeliveryTag) {
+        auto cable = with_payload<DescriptorCableDeliverySystem>(arena, tag, length, payload);
+        if (debug)
+            cable->procesarDatos();
+        else
+            decode_cable_delivery(*cable);
+        return cable;
+    }
+    if (tag == kTerrestrialDeliveryTag) {
+        auto terrestrial = with_payload<DescriptorTerrestrialDeliverySystem>(arena, tag, length, payload);
+        if (debug)
+            terrestrial->procesarDatos();
+        else
+            decode_terrestrial_delivery(*terrestrial);
+        return terrestrial;
+    }
+    if (tag == kServiceListTag) {
+        auto list = with_payload<DescriptorServiceList>(arena, tag, length, payload);
+        list->procesarDatos();
+        return list;
+    }
+    auto descriptor = Descriptor::getPtrDescriptorType(tag);
+    descriptor->descriptor_tag = tag;
+    descriptor->descriptor_length = length;
+    descriptor->data.assign(payload.data, payload.data + payload.size);
+    descriptor->procesarDatos();
+    return descriptor;
+}
+
 // Reads one descriptor loop of the given length starting at pos. False when
 // a descriptor would run past the end of the buffer; pos is then left at it.
-bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_length,
-                          SIVectorDescriptores& into)
+bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_length, bool debug,
+                          DescriptorArena& arena, SIVectorDescriptores& into)
 {
     into.items.reserve(into.items.size() + count_entries(in, pos, loop_length, 2, 1, false));
     unsigned consumed = 0;
@@ -39,13 +97,7 @@ bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_le
         const uint8_t length = in.u8(pos + 1);
         if (!in.has(pos + 2, length))
             return false;
-        auto descriptor = Descriptor::getPtrDescriptorType(tag);
-        descriptor->descriptor_tag = tag;
-        descriptor->descriptor_length = length;
-        const bytes::Reader::View payload = in.view(pos + 2, length);
-        descriptor->data.assign(payload.data, payload.data + payload.size);
-        descriptor->procesarDatos();
-        into.items.push_back(std::move(descriptor));
+        into.items.push_back(decoded_descriptor(arena, tag, length, in.view(pos + 2, length), debug));
         pos += 2u + length;
         consumed += 2u + length;
     }
@@ -55,7 +107,8 @@ bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_le
 // Parses the section at o. Returns false when the section was cut short;
 // whatever was complete is still in it. next is where the following section
 // starts (after the CRC, which is skipped, not checked).
-bool read_section(const bytes::Reader& in, size_t o, SISectionNIT& s, size_t& next)
+bool read_section(const bytes::Reader& in, size_t o, bool debug, DescriptorArena& arena, SISectionNIT& s,
+                  size_t& next)
 {
     s.table_id = in.u8(o);
     s.section_syntax_indicator = in.u8(o + 1) >> 7;
@@ -68,7 +121,7 @@ bool read_section(const bytes::Reader& in, size_t o, SISectionNIT& s, size_t& ne
     s.network_descriptors_length = in.u12(o + 8);
 
     size_t pos = o + 10;
-    if (!read_descriptor_loop(in, pos, s.network_descriptors_length, s.network_descriptors))
+    if (!read_descriptor_loop(in, pos, s.network_descriptors_length, debug, arena, s.network_descriptors))
         return false;
 
     if (!in.has(pos, 2))
@@ -84,7 +137,7 @@ bool read_section(const bytes::Reader& in, size_t o, SISectionNIT& s, size_t& ne
         ts->transport_descriptors_length = in.u12(pos + 4);
         pos += 6;
         const size_t loop_start = pos;
-        const bool complete = read_descriptor_loop(in, pos, ts->transport_descriptors_length, ts->descriptores);
+        const bool complete = read_descriptor_loop(in, pos, ts->transport_descriptors_length, debug, arena, ts->descriptores);
         if (complete)
             s.transport_streams.items.push_back(std::move(ts));
         if (!complete)
@@ -108,13 +161,16 @@ void tNIT::procesarNIT(const std::vector<char>& buffer)
     if (first > last)
         return;
 
+    // Checked once per table: a mask changed while it is read applies from the next one.
+    const bool debug = log_wanted(LOG_DEBUG);
+    DescriptorArena arena;
     size_t o = 0;
     for (unsigned n = first; n <= last; ++n) {
         if (!in.has(o, 10))
             return;
         auto seccion = std::make_unique<SISectionNIT>();
         size_t next = 0;
-        const bool complete = read_section(in, o, *seccion, next);
+        const bool complete = read_section(in, o, debug, arena, *seccion, next);
         secciones.push_back(std::move(seccion));
         if (!complete)
             return;

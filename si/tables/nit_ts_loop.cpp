@@ -5,6 +5,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <utility>
 
 #include <tavel/delivery_descriptors.h>
 #include <tavel/network_descriptors.h>
@@ -12,6 +13,7 @@
 
 #include "dvb/byte_io.h"
 #include "platform/log.h"
+#include "si/descriptors/descriptor_arena.h"
 #include "si/tables/nit_generation.h"
 
 namespace tavel {
@@ -90,6 +92,15 @@ bool publishes_no_terrestrial_parameters(const std::string& pais)
     return pais == "FRA" || pais == "GLP" || pais == "MTQ" || pais == "REU" || pais == "NCL";
 }
 
+// From the loop's arena; the public one-descriptor steps have none.
+template <typename T, typename... Args>
+std::shared_ptr<T> make_descriptor(DescriptorArena* arena, Args&&... args)
+{
+    if (arena != nullptr)
+        return arena->make<T>(std::forward<Args>(args)...);
+    return std::make_shared<T>(std::forward<Args>(args)...);
+}
+
 void append_descriptor(NITTS& ts, std::shared_ptr<Descriptor> d)
 {
     ts.transport_descriptors_length = static_cast<uint16_t>(ts.transport_descriptors_length + nit::loop_bytes(*d));
@@ -99,26 +110,27 @@ void append_descriptor(NITTS& ts, std::shared_ptr<Descriptor> d)
 // The delivery and list descriptors of the generation steps below; the
 // public steps log their milestone and call these, the TS loop logs it only
 // when the mask lets it through.
-void add_cable_delivery(const datos_salidas& salida, NITTS& ts)
+void add_cable_delivery(const datos_salidas& salida, NITTS& ts, DescriptorArena* arena)
 {
     // The outputs hold a modulation index; the wire code is one above it. FEC outer RS(204/188), inner none.
-    auto cable = std::make_shared<DescriptorCableDeliverySystem>(
-        salida.frecuencia, static_cast<unsigned long>(salida.symbol_rate),
+    auto cable = make_descriptor<DescriptorCableDeliverySystem>(
+        arena, salida.frecuencia, static_cast<unsigned long>(salida.symbol_rate),
         static_cast<unsigned char>((salida.modulacion + 1) & 0xFF), 2, 15);
     cable->generateDataVector();
     append_descriptor(ts, std::move(cable));
 }
 
-void add_terrestrial_delivery(const datos_salidas& salida, const std::string& pais, NITTS& ts)
+void add_terrestrial_delivery(const datos_salidas& salida, const std::string& pais, NITTS& ts,
+                              DescriptorArena* arena)
 {
     std::shared_ptr<DescriptorTerrestrialDeliverySystem> terrestrial;
     if (publishes_no_terrestrial_parameters(pais)) {
         // These territories publish no real terrestrial parameters; receivers there expect this form.
         terrestrial =
-            std::make_shared<DescriptorTerrestrialDeliverySystem>(0xFFFFFFFFUL, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+            make_descriptor<DescriptorTerrestrialDeliverySystem>(arena, 0xFFFFFFFFUL, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
     } else {
-        terrestrial = std::make_shared<DescriptorTerrestrialDeliverySystem>(
-            salida.frecuencia, static_cast<unsigned char>(salida.ancho_banda), 1, 0, 0,
+        terrestrial = make_descriptor<DescriptorTerrestrialDeliverySystem>(
+            arena, salida.frecuencia, static_cast<unsigned char>(salida.ancho_banda), 1, 0, 0,
             static_cast<unsigned char>(salida.modulacion), 0, static_cast<unsigned char>(salida.code_rate), 7,
             static_cast<unsigned char>(salida.intervalo_guarda), static_cast<unsigned char>(salida.modo_transmision),
             0);
@@ -127,11 +139,11 @@ void add_terrestrial_delivery(const datos_salidas& salida, const std::string& pa
     append_descriptor(ts, std::move(terrestrial));
 }
 
-void add_service_list(const datos_salidas& salida, NITTS& ts)
+void add_service_list(const datos_salidas& salida, NITTS& ts, DescriptorArena* arena)
 {
     if (salida.servicios.empty())
         return;
-    auto list = std::make_shared<DescriptorServiceList>();
+    auto list = make_descriptor<DescriptorServiceList>(arena);
     list->services.reserve(salida.servicios.size());
     for (const auto& servicio : salida.servicios)
         list->addNewService(servicio.second.sid, static_cast<unsigned char>(servicio.second.tipo_servicio));
@@ -156,6 +168,8 @@ void tNIT::generar_TS_loop()
     // Checked once: lines the mask drops are not even built in the loop.
     const bool info = log_wanted(LOG_INFO);
     const bool debug = log_wanted(LOG_DEBUG);
+    // The delivery and service list descriptors share a few blocks.
+    DescriptorArena arena;
     // Look-ups by TSID below may add empty outputs; map iterators stay valid.
     for (auto it = salidas.begin(); it != salidas.end(); ++it) {
         const datos_salidas& salida = it->second;
@@ -170,18 +184,18 @@ void tNIT::generar_TS_loop()
         if (salida.tipo_salida == 1) {
             if (info)
                 tavel::log(LOG_INFO, "Generate cable delivery descriptor");
-            add_cable_delivery(salida, *ts);
+            add_cable_delivery(salida, *ts, &arena);
         } else if (salida.tipo_salida == 0) {
             if (info)
                 tavel::log(LOG_INFO, "Generate terrestrial delivery system descriptor");
-            add_terrestrial_delivery(salida, pais, *ts);
+            add_terrestrial_delivery(salida, pais, *ts, &arena);
         }
 
         if (con_service_list == 1) {
             if (info)
                 tavel::log(LOG_INFO, "Generate service list descriptor");
             // May add an empty output under that TSID, as it always has.
-            add_service_list(salidas[salida.tsid], *ts);
+            add_service_list(salidas[salida.tsid], *ts, &arena);
         }
 
         unsigned short pds_position = 0;
@@ -247,19 +261,19 @@ void tNIT::generar_TS_loop()
 void tNIT::generate_cable_delivery_system_descriptor(const datos_salidas& salida, std::unique_ptr<NITTS>& ts)
 {
     tavel::log(LOG_INFO, "Generate cable delivery descriptor");
-    add_cable_delivery(salida, *ts);
+    add_cable_delivery(salida, *ts, nullptr);
 }
 
 void tNIT::generate_terrestrial_delivery_system_descriptor(const datos_salidas& salida, std::unique_ptr<NITTS>& ts)
 {
     tavel::log(LOG_INFO, "Generate terrestrial delivery system descriptor");
-    add_terrestrial_delivery(salida, pais, *ts);
+    add_terrestrial_delivery(salida, pais, *ts, nullptr);
 }
 
 void tNIT::generate_service_list_descriptor(unsigned short tsid, std::unique_ptr<NITTS>& ts)
 {
     tavel::log(LOG_INFO, "Generate service list descriptor");
-    add_service_list(salidas[tsid], *ts);
+    add_service_list(salidas[tsid], *ts, nullptr);
 }
 
 void tNIT::generate_lcn_descriptor(unsigned short tsid, unsigned short tipo_lcn, unsigned short pds_position,

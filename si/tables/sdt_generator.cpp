@@ -6,6 +6,8 @@
 #include <tavel/service_descriptors.h>
 
 #include "platform/log.h"
+#include "si/descriptors/descriptor_arena.h"
+#include "si/sections/section_seal.h"
 
 namespace tavel {
 
@@ -17,11 +19,12 @@ constexpr uint8_t kRunning = 4;
 // A working copy of a pattern's service descriptor. The factory always makes
 // a DescriptorService for tag 0x48; anything else carrying that tag is
 // decoded from its payload.
-std::shared_ptr<DescriptorService> copy_service_descriptor(const std::shared_ptr<Descriptor>& original)
+std::shared_ptr<DescriptorService> copy_service_descriptor(const std::shared_ptr<Descriptor>& original,
+                                                           DescriptorArena& arena)
 {
     if (auto typed = std::dynamic_pointer_cast<DescriptorService>(original))
-        return std::make_shared<DescriptorService>(*typed);
-    auto decoded = std::make_shared<DescriptorService>();
+        return arena.make<DescriptorService>(*typed);
+    auto decoded = arena.make<DescriptorService>();
     decoded->descriptor_tag = original->descriptor_tag;
     decoded->descriptor_length = original->descriptor_length;
     decoded->data = original->data;
@@ -82,12 +85,14 @@ void tSDT::generar_service_loop()
     if (!seccionActual)
         generar_cabecera_section();
 
+    // Entries and their service descriptors share a few blocks.
+    DescriptorArena arena;
     for (const auto& entry : servicios) {
         const datos_servicios& record = entry.second;
         if (debug)
             tavel::log(LOG_DEBUG, "generar_service_loop service id %hu", record.sid);
         std::shared_ptr<SDTServices> input = existServiceSDTpatrones(record);
-        auto service = std::make_shared<SDTServices>(record.sid, 0, 0, 0, 0);
+        auto service = arena.make<SDTServices>(record.sid, 0, 0, 0, 0);
 
         if (input) {
             service->running_status = input->running_status;
@@ -122,7 +127,7 @@ void tSDT::generar_service_loop()
                         static_cast<uint16_t>(service->descriptors_loop_length + descriptor->descriptor_length + 2);
                     continue;
                 }
-                auto copy = copy_service_descriptor(descriptor);
+                auto copy = copy_service_descriptor(descriptor, arena);
                 copy->setProvider(constants::kMakerLabel);
                 if (debug)
                     tavel::log(LOG_DEBUG,
@@ -152,8 +157,8 @@ void tSDT::generar_service_loop()
                 service->free_CA_mode = 0;
             else
                 service->free_CA_mode = record.cifrado != 0 ? 1 : 0;
-            auto fresh = std::make_shared<DescriptorService>(static_cast<unsigned char>(record.tipo_servicio & 0xFF),
-                                                             constants::kMakerLabel, record.nombre);
+            auto fresh = arena.make<DescriptorService>(static_cast<unsigned char>(record.tipo_servicio & 0xFF),
+                                                       constants::kMakerLabel, record.nombre);
             fresh->generateDataVector();
             service->descriptors_loop_length = static_cast<uint16_t>(fresh->descriptor_length + 2);
             service->descriptores.items.push_back(std::move(fresh));
@@ -199,11 +204,13 @@ void tSDT::cerrar_ultima_seccion()
         return;
     const uint8_t last = seccionActual->section_number;
     cerrar_seccion(true);
+    const bool debug = log_wanted(LOG_DEBUG);
+    std::vector<char> image;
     // Every section held, including those of an earlier call: a second
     // generation appends its sections, and callers generate once per object.
     for (auto& section : secciones) {
         section->last_section_number = last;
-        section->generar_crc();
+        seal_section(*section, image, debug);
     }
 }
 

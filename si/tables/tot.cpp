@@ -1,6 +1,6 @@
 #include <tavel/tot.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <syslog.h>
@@ -12,6 +12,7 @@
 
 #include "platform/log.h"
 #include "platform/platform_path.h"
+#include "si/sections/section_seal.h"
 
 namespace tavel {
 
@@ -28,14 +29,28 @@ struct OffsetLine {
     long long change = 0;
 };
 
-// One decimal word as a signed 32-bit value; false when it is not one.
-bool parse_int32(const std::string& word, long long& value)
+// One decimal word [p, end) as a signed 32-bit value; false when it is not
+// one. Accepts what strtoll in base 10 accepts from a word without blanks,
+// read up to its first zero byte: an optional sign, digits, nothing after.
+bool parse_int32(const char* p, const char* end, long long& value)
 {
-    const char* begin = word.c_str();
-    char* end = nullptr;
-    errno = 0;
-    const long long v = std::strtoll(begin, &end, 10);
-    if (end == begin || *end != '\0' || errno == ERANGE || v < INT_MIN || v > INT_MAX)
+    end = std::find(p, end, '\0');
+    const bool negative = p != end && *p == '-';
+    if (p != end && (*p == '-' || *p == '+'))
+        ++p;
+    if (p == end)
+        return false;
+    long long v = 0;
+    for (; p != end; ++p) {
+        if (*p < '0' || *p > '9')
+            return false;
+        v = v * 10 + (*p - '0');
+        // Out of range already; stopping here also keeps v from overflowing.
+        if (v > static_cast<long long>(INT_MAX) + 1)
+            return false;
+    }
+    v = negative ? -v : v;
+    if (v < INT_MIN || v > INT_MAX)
         return false;
     value = v;
     return true;
@@ -48,17 +63,16 @@ bool is_blank(char c)
 }
 
 // The next blank-separated word of text from at on, as "in >> word" reads
-// it (a zero byte is part of a word); false at the end.
-bool next_word(const std::string& text, size_t& at, std::string& word)
+// it (a zero byte is part of a word), as [begin, at); false at the end.
+bool next_word(const std::string& text, size_t& at, size_t& begin)
 {
     while (at < text.size() && is_blank(text[at]))
         ++at;
     if (at == text.size())
         return false;
-    const size_t begin = at;
+    begin = at;
     while (at < text.size() && !is_blank(text[at]))
         ++at;
-    word.assign(text, begin, at - begin);
     return true;
 }
 
@@ -68,13 +82,13 @@ OffsetLine parse_offset_line(const std::string& text)
 {
     OffsetLine line;
     long long* fields[3] = {&line.current, &line.next, &line.change};
-    std::string word;
     size_t at = 0;
+    size_t begin = 0;
     bool well_formed = true;
     size_t count = 0;
-    while (next_word(text, at, word)) {
+    while (next_word(text, at, begin)) {
         if (count < 3) {
-            if (!parse_int32(word, *fields[count]))
+            if (!parse_int32(text.data() + begin, text.data() + at, *fields[count]))
                 well_formed = false;
         } else {
             well_formed = false;
@@ -231,13 +245,16 @@ int tTOT::generar_descriptors_loop()
 
 void tTOT::cerrar_ultima_seccion()
 {
-    tavel::log(LOG_DEBUG, "cerrar_seccion");
+    const bool debug = log_wanted(LOG_DEBUG);
+    if (debug)
+        tavel::log(LOG_DEBUG, "cerrar_seccion");
     if (!current_section)
         return;
     current_section->section_length =
         static_cast<uint16_t>(current_section->section_length + current_section->descriptors_loop_length);
     total_size += current_section->section_length + 3u;
-    current_section->generar_crc();
+    std::vector<char> image;
+    seal_section(*current_section, image, debug);
     sections.push_back(std::move(current_section));
 }
 
