@@ -527,6 +527,7 @@ TEST(NitPatron, KeepsOnePatternPerIdentity)
     auto stranger = std::make_unique<tNIT>();
     stranger->procesarNIT(pattern(0x57, 3, 0xCC));
     EXPECT_FALSE(nit.nitPatron.NIT_patron_exist(stranger));
+    EXPECT_FALSE(stranger->compareNIT(nullptr));
 }
 
 TEST(NitPatron, GarbageYieldsOneEmptyPatternPerSize)

@@ -256,7 +256,7 @@ TEST(HostIdentity, HostNameFromModelAndMacElseKernelNameOnlyWhenAsked)
     } cases[] = {
         {std::string("KMX-630\0", 8), std::string("00:1A:2B:3C:4D:5E\0", 18), "kmx-630-3c4d5e"},
         {"KSR-430\n", "00:1a:2b:3c:4d:5e\n", "ksr-430-3c4d5e"},
-        {"KMX 410", std::string("\x00\x1A\x2B\xF0\x0D\xFF", 6), "kmx-410-f00dff"},  // raw MAC bytes
+        {"KMX 410 AZ", std::string("\x00\x1A\x2B\xF0\x0D\xFF", 6), "kmx-410-az-f00dff"},  // raw MAC bytes
         {"-", "00:1A:2B:3C:4D:5E", nullptr}, {"KMX-630", "-", nullptr}, {"", "00:1A:2B:3C:4D:5E", nullptr},
         {"KMX-630", "XX:XX:XX:XX:XX", nullptr}, {"KMX-630", "00-1A-2B-3C-4D-5E", nullptr},
         {"KMX-630", "00:1A:2B:3C:4D:5G", nullptr},
