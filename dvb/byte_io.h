@@ -50,6 +50,8 @@ inline char* store40(char* p, uint64_t v)
 }
 
 inline uint8_t at(const std::vector<char>& b, size_t i) { return static_cast<uint8_t>(b[i]); }
+// The same over memory the caller vouches for (a packet already known whole).
+inline uint8_t at(const char* p, size_t i) { return static_cast<uint8_t>(p[i]); }
 
 // A read-only window [begin, end) over a buffer. Reads outside the window
 // give 0 instead of touching memory; has() tells callers whether the bytes

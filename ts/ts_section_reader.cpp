@@ -22,10 +22,6 @@ constexpr size_t kChunk = 256 * 1024;
 // than a sync search or a packet can need.
 constexpr size_t kCarry = kSyncRun * 204 + 204;
 
-// Bytes of a range that is not a vector (the caller's buffer, a mapped
-// file), taken as uint8_t as bytes::at does; callers keep i inside it.
-inline uint8_t byte_at(const char* p, size_t i) { return static_cast<uint8_t>(p[i]); }
-
 size_t max_section_length(uint8_t table_id)
 {
     // EIT and private sections may reach 4096 bytes, the rest 1024.
@@ -129,7 +125,7 @@ struct TsSectionReader::State {
     {
         while (a < b) {
             if (!st.in_section) {
-                if (!may_start || byte_at(a, 0) == 0xFF) // 0xFF: stuffing to the end of the packet
+                if (!may_start || bytes::at(a, 0) == 0xFF) // 0xFF: stuffing to the end of the packet
                     return;
                 st.in_section = true;
                 st.section.clear();
@@ -162,29 +158,29 @@ struct TsSectionReader::State {
     void packet(const char* p)
     {
         ++counts.packets;
-        const uint8_t b1 = byte_at(p, 1);
-        const uint8_t b3 = byte_at(p, 3);
+        const uint8_t b1 = bytes::at(p, 1);
+        const uint8_t b3 = bytes::at(p, 3);
         if (b1 & 0x80) {
             ++counts.tei_packets;
             return;
         }
-        const uint16_t pid = static_cast<uint16_t>(((b1 & 0x1F) << 8) | byte_at(p, 2));
+        const uint16_t pid = static_cast<uint16_t>(((b1 & 0x1F) << 8) | bytes::at(p, 2));
         const unsigned afc = (b3 >> 4) & 3;
-        const unsigned af_length = (afc & 2) ? byte_at(p, 4) : 0;
+        const unsigned af_length = (afc & 2) ? bytes::at(p, 4) : 0;
         // Times come from the first PID seen carrying a PCR, so they never jump between programs.
-        if (af_length >= 7 && (byte_at(p, 5) & 0x10) && (pcr_pid < 0 || pid == pcr_pid)) {
+        if (af_length >= 7 && (bytes::at(p, 5) & 0x10) && (pcr_pid < 0 || pid == pcr_pid)) {
             uint64_t base = 0;
             for (size_t i = 6; i < 10; ++i)
-                base = (base << 8) | byte_at(p, i);
-            base = (base << 1) | (byte_at(p, 10) >> 7);
-            pcr = static_cast<int64_t>(base * 300 + (((byte_at(p, 10) & 1u) << 8) | byte_at(p, 11)));
+                base = (base << 8) | bytes::at(p, i);
+            base = (base << 1) | (bytes::at(p, 10) >> 7);
+            pcr = static_cast<int64_t>(base * 300 + (((bytes::at(p, 10) & 1u) << 8) | bytes::at(p, 11)));
             pcr_pid = pid;
         }
         const int index = slot[pid];
         if (index < 0 || afc == 0)
             return;
         PidState& st = pids[static_cast<size_t>(index)];
-        const bool discontinuity = af_length > 0 && (byte_at(p, 5) & 0x80);
+        const bool discontinuity = af_length > 0 && (bytes::at(p, 5) & 0x80);
         const int cc = b3 & 0x0F;
         const bool has_payload = afc & 1;
         if (st.last_cc >= 0 && !discontinuity) {
@@ -214,7 +210,7 @@ struct TsSectionReader::State {
             take(st, pid, p + off, end, false);
             return;
         }
-        const size_t pointer = byte_at(p, off);
+        const size_t pointer = bytes::at(p, off);
         ++off;
         if (off + pointer > kTsPacketSize) {
             cut(st);
@@ -230,7 +226,7 @@ struct TsSectionReader::State {
     size_t find_sync(const char* data, size_t size, size_t pos, bool at_end, size_t& found_stride)
     {
         for (size_t i = pos; i < size; ++i) {
-            if (byte_at(data, i) != kSync)
+            if (bytes::at(data, i) != kSync)
                 continue;
             bool waiting = false;
             size_t order[3] = {188, 192, 204};
@@ -240,7 +236,7 @@ struct TsSectionReader::State {
                 std::swap(order[0], order[2]);
             for (size_t s : order) {
                 size_t k = 1;
-                while (k < kSyncRun && i + k * s < size && byte_at(data, i + k * s) == kSync)
+                while (k < kSyncRun && i + k * s < size && bytes::at(data, i + k * s) == kSync)
                     ++k;
                 const bool more = i + k * s < size;
                 if (k == kSyncRun || (at_end && !more && kTsPacketSize <= size - i)) {
@@ -292,15 +288,15 @@ struct TsSectionReader::State {
                 // header eight packets on is asked for now, not waited for then.
                 if (pos + 9 * step <= size)
                     __builtin_prefetch(p + 8 * step);
-                if (byte_at(p, 0) != kSync) {
+                if (bytes::at(p, 0) != kSync) {
                     lost = true;
                     break;
                 }
-                const uint8_t b1 = byte_at(p, 1);
-                const uint8_t b3 = byte_at(p, 3);
+                const uint8_t b1 = bytes::at(p, 1);
+                const uint8_t b3 = bytes::at(p, 3);
                 // Most packets are neither selected, errored nor carrying an
                 // adaptation field (where a PCR may be): count and step over.
-                if (selected[((b1 & 0x1F) << 8) | byte_at(p, 2)] < 0 && !(b1 & 0x80) && !(b3 & 0x20)) {
+                if (selected[((b1 & 0x1F) << 8) | bytes::at(p, 2)] < 0 && !(b1 & 0x80) && !(b3 & 0x20)) {
                     ++packets;
                 } else {
                     counts.packets = packets;
