@@ -124,7 +124,7 @@ TEST(Descriptors, ParseThenEmit)
         {0x40, "15 54 61 76 65 6C", -1, "15 54 61 76 65 6C"},         // selector kept in the name
         {0x4A, "00 01 22 D4 00 03 09 AA BB CC", 8, "00 01 22 D4 00 03 09 AA BB CC"}, // private bytes run to the end
         {0x4A, "00 01 22", -1, "00 01 22 00 00 00 00"},                   // missing bytes read as 0
-        {0x58, kSpainEntry.c_str(), -1, kSpainEntry.c_str()},
+        {0x58, kPortugalEntry.c_str(), -1, kPortugalEntry.c_str()},
         {0x58, "45 53 50 02 01 00 EA 5D 01 00 00 02", -1, ""},           // whole entries only
         {0x5F, "12 34 56 78", -1, "12 34 56 78"},
         {0x84, "01 02 03", -1, "01 02 03"}, // unknown tag passes through

@@ -72,6 +72,20 @@ TEST(Crc, MatchesBitwiseDefinitionOnRandomData)
     EXPECT_EQ(tavel::mpeg_crc(0xFFFFFFFFUL, exact, 65536 + 300), reference_crc(0xFFFFFFFFu, exact, 65536 + 300));
 }
 
+TEST(Bcd, ConversionsAndLimits)
+{
+    for (auto [bin, bcd] : {std::pair{0UL, 0UL}, {1234UL, 0x1234UL}, {99999999UL, 0x99999999UL}}) {
+        EXPECT_EQ(tavel::bin2bcd(bin), bcd);
+        EXPECT_EQ(tavel::bcd2bin(bcd), bin);
+    }
+    EXPECT_EQ(tavel::bin2bcd(123456789), 0x23456789UL); // ninth digit dropped
+    EXPECT_EQ(tavel::bcd2bin(0x1A), 20UL); // nibble 10 counts as 10
+    EXPECT_EQ(tavel::bcd2bin(static_cast<unsigned long>(0x123456789ULL)), 23456789UL); // eight digits, any long
+    EXPECT_EQ(tavel::bin_2_bcd4(59), 0x59);
+    EXPECT_EQ(tavel::bin_2_bcd4(123), 0xC3); // not rejected
+    EXPECT_EQ(tavel::bcd4_2_bin(0x59), 59);
+}
+
 TEST(MjdTime, UnixToMjd)
 {
     unsigned long long v = 99;
@@ -175,8 +189,8 @@ TEST(DvbTextDecode, ConvertsToUtf8)
 TEST(DvbTextDecode, FailuresReturnBodyAndLog)
 {
     tavel::LogCapture log;
-    // 0xFF never starts a UTF-8 sequence: EILSEQ.
-    EXPECT_EQ(tavel::DVB_text_decode("\x15\x41\xFF\x42"), "\x41\xFF\x42");
+    // 0xFF never starts a UTF-8 sequence, even before continuation bytes: EILSEQ.
+    EXPECT_EQ(tavel::DVB_text_decode("\x15\x41\xFF\x80\x80\x42"), "\x41\xFF\x80\x80\x42");
     EXPECT_TRUE(log.contains(LOG_ERR, "iconv: couldn't convert from UTF-8 to UTF-8//TRANSLIT ("));
     EXPECT_TRUE(log.contains(LOG_ERR, ") 84\n"));
     // An odd byte at the end of UTF-16 text.

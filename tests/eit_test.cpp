@@ -53,6 +53,8 @@ TEST(EitTable, NothingBeforeAFirstSectionAndRestart)
     eit.cerrar_seccion(false);
     eit.cerrar_ultima_seccion();
     ASSERT_EQ(eit.table->sections.size(), 2u);
+    eit.cerrar_ultima_seccion(); // closed already: nothing left to close
+    EXPECT_EQ(eit.table->sections.size(), 2u);
     // A new first section starts a new table.
     eit.generar_cabecera_primera_section();
     eit.cerrar_ultima_seccion();

@@ -371,6 +371,7 @@ TEST(SdtParser, ReadsEveryFieldOfEverySection)
     tSDT backwards;
     backwards.procesarSDT(hex("42 F0 0C 00 10 C7 01 00 00 20 FF 00 00 00 00"), true);
     EXPECT_TRUE(backwards.secciones.empty());
+    EXPECT_EQ(backwards.getMaxSectionNumber(), 0);
     EXPECT_EQ(backwards.data_size, 15u);
     tSDT none;
     none.procesarSDT(nullptr, 0, true);
