@@ -340,6 +340,15 @@ TEST(NitParser, ReadsConsecutiveSectionsAndFindsTheSatelliteTs)
               std::make_tuple(11757ul, 27500ul, static_cast<unsigned short>(192), static_cast<unsigned short>(1),
                               static_cast<unsigned char>(1))); // polarization: bit 5 clear
     EXPECT_TRUE(log.has(LOG_DEBUG, "Buscamos los datos de frecuencia y symbol_rate para TSID 1100 y ONID 70"));
+
+    // TS entries with descriptor loops shorter than their own header: the loop still ends where it says.
+    auto both = seal(hex("40 F0 00 01 00 C5 00 01 F0 00 F0 10 00 01 00 46 F0 02 99 00 00 02 00 46 F0 02 99 00"));
+    const auto second = seal(hex("40 F0 00 01 00 C5 01 01 F0 00 F0 00"));
+    both.insert(both.end(), second.begin(), second.end());
+    tNIT short_loops;
+    short_loops.procesarNIT(both);
+    ASSERT_EQ(short_loops.secciones.size(), 2u);
+    EXPECT_EQ(short_loops.secciones[0]->transport_streams.items.size(), 2u);
 }
 
 // Every prefix of a good table parses without reading outside it, and keeps
