@@ -6,7 +6,7 @@
 #define TAVEL_TEST_TABLE_ROUNDS_H
 
 #include <algorithm>
-#include <dirent.h>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -102,16 +102,15 @@ inline std::vector<std::vector<char>> round_bytes(unsigned r, uint16_t outputs =
     return files;
 }
 
-// Sorted, without the dot entries.
+// Sorted, without the dot entries. Through std::filesystem: a 32-bit
+// readdir() gets nothing under qemu-user on a 64-bit host's file system.
 inline std::vector<std::string> names_in(const std::string& dir)
 {
     std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (const dirent* e = readdir(d))
-            if (e->d_name[0] != '.')
-                names.push_back(e->d_name);
-        closedir(d);
-    }
+    std::error_code ec;
+    for (std::filesystem::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec))
+        if (it->path().filename().string()[0] != '.')
+            names.push_back(it->path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }
