@@ -178,6 +178,7 @@ TEST_F(TsCli, BadInputIsOneLineAndExit2)
         {"ts " + cut + out + " --interval sdt=soon",
          "tavel-si: error: --interval: expected KIND=SECONDS with KIND one of nit, nit-other, sdt, sdt-other, bat, "
          "eit-pf, eit-pf-other, eit-schedule, tdt, tot; got sdt=soon\n"},
+        {"ts " + cut + out + " --bitrate fast", "tavel-si: error: Could not convert: --bitrate = fast (see --help)\n"},
     };
     for (const auto& [args, message] : cases) {
         const Outcome r = tavel_si(args);

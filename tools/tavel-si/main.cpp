@@ -92,6 +92,10 @@ int main(int argc, char** argv)
     CLI::App app{"tavel-si: generate, publish and inspect the DVB SI tables (NIT, SDT, TOT) of the headend."};
     app.set_version_flag("--version", "tavel-si " TAVEL_SI_VERSION);
     app.require_subcommand(1);
+    // Usage errors read like the tool's other errors: one line on stderr.
+    app.failure_message([](const CLI::App*, const CLI::Error& e) {
+        return std::string("tavel-si: error: ") + e.what() + " (see --help)\n";
+    });
     app.footer("Exit status: 0 done; 1 a table could not be generated or written; 2 bad input or usage.\n"
                "Tables live under TAVEL_ROOT (or --root) in /tavel/datosWeb/tablasSI/.");
 
