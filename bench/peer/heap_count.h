@@ -7,8 +7,10 @@
 
 namespace peer {
 
-// Allocations (operator new, malloc, calloc, realloc) since the start.
+// Allocations (operator new, malloc, calloc, realloc) counted so far.
 uint64_t heap_allocations();
+// Counting is off by default, so that timed code runs without it.
+void count_allocations(bool on);
 
 } // namespace peer
 

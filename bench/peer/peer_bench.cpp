@@ -48,7 +48,9 @@ struct Timing {
 uint64_t allocations_of(const std::function<void()>& fn)
 {
     const uint64_t before = peer::heap_allocations();
+    peer::count_allocations(true);
     fn();
+    peer::count_allocations(false);
     return peer::heap_allocations() - before;
 }
 

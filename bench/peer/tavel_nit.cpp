@@ -122,11 +122,15 @@ Parsed parse_nit(const std::vector<char>& table)
             r.checksum += ts->transport_stream_id + ts->original_network_id;
             for (const auto& d : ts->descriptores.items) {
                 ++r.descriptors;
-                if (auto* c = dynamic_cast<tavel::DescriptorCableDeliverySystem*>(d.get()))
+                // The parser makes each descriptor's class from its tag, so the
+                // tag says the type, as libdvbpsi's side reads it.
+                if (d->descriptor_tag == 0x44) {
+                    const auto* c = static_cast<const tavel::DescriptorCableDeliverySystem*>(d.get());
                     r.checksum += c->frequency + c->symbol_rate + c->modulation;
-                else if (auto* l = dynamic_cast<tavel::DescriptorServiceList*>(d.get()))
-                    for (const auto& s : l->services)
+                } else if (d->descriptor_tag == 0x41) {
+                    for (const auto& s : static_cast<const tavel::DescriptorServiceList*>(d.get())->services)
                         r.checksum += s.service_id + s.service_type;
+                }
             }
         }
     }

@@ -38,8 +38,10 @@ Parsed parse_sdt(const std::vector<char>& table)
             r.checksum += svc->service_id + svc->running_status;
             for (const auto& d : svc->descriptores.items) {
                 ++r.descriptors;
-                if (auto* sd = dynamic_cast<tavel::DescriptorService*>(d.get()))
+                if (d->descriptor_tag == 0x48) { // the class follows the tag
+                    const auto* sd = static_cast<const tavel::DescriptorService*>(d.get());
                     r.checksum += sd->service_type + sd->service_name.size() + sd->provider_name.size();
+                }
             }
         }
     }

@@ -56,7 +56,8 @@ Parsed parse_tot(const std::vector<char>& table)
         d->data.assign(table.begin() + static_cast<long>(p + 2), table.begin() + static_cast<long>(p + 2 + len));
         d->procesarDatos();
         ++r.descriptors;
-        if (auto* lto = dynamic_cast<tavel::DescriptorLocalTimeOffset*>(d.get())) {
+        if (d->descriptor_tag == 0x58) { // the factory's class for the tag
+            const auto* lto = static_cast<const tavel::DescriptorLocalTimeOffset*>(d.get());
             for (const auto& e : lto->offsets) {
                 ++r.entries;
                 r.checksum += e.local_time_offset + e.next_time_offset + e.time_of_change + e.country_region_id;
