@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <tuple>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -77,8 +78,8 @@ TEST(Slot, DetectionFileAndRetryRule)
             if (++sleeps == c.file_at_sleep)
                 root.put("/tmp/tavel/detected-slot", "4\n");
         };
-        EXPECT_EQ(tavel::slot::detectSlot(c.retries, sleep), c.slot) << (c.content ? c.content : "-") << c.retries;
-        EXPECT_EQ(sleeps, c.sleeps) << (c.content ? c.content : "-") << c.retries;
+        const unsigned int slot = tavel::slot::detectSlot(c.retries, sleep);
+        EXPECT_EQ(std::make_pair(slot, sleeps), std::make_pair(c.slot, c.sleeps)) << (c.content ? c.content : "-") << c.retries;
     }
 }
 
@@ -107,9 +108,9 @@ void runCpuSteps(const std::vector<CpuStep>& steps)
             root.put("/proc/stat", s.stat);
         else
             std::remove(root("/proc/stat").c_str());
-        EXPECT_EQ(tavel::getCpuUsage(total, idle), s.percent) << (s.stat ? s.stat : "-");
-        EXPECT_EQ(total, s.total) << (s.stat ? s.stat : "-");
-        EXPECT_EQ(idle, s.idle) << (s.stat ? s.stat : "-");
+        const unsigned int percent = tavel::getCpuUsage(total, idle);
+        EXPECT_EQ(std::make_tuple(percent, total, idle), std::make_tuple(s.percent, s.total, s.idle))
+            << (s.stat ? s.stat : "-");
     }
 }
 
@@ -225,8 +226,7 @@ TEST(Backplane, AddressesFromTheSubnetToolOnThePath)
         std::string cpu = "x", fpga = "y";
         EXPECT_EQ(tavel::getCpuAndFpgaIpAddress(cpu, fpga), 0);
         ::setenv("PATH", saved_path.c_str(), 1);
-        EXPECT_EQ(cpu, c.cpu) << (c.output ? c.output : "no tool");
-        EXPECT_EQ(fpga, c.fpga) << (c.output ? c.output : "no tool");
+        EXPECT_EQ(cpu + " " + fpga, std::string(c.cpu) + " " + c.fpga) << (c.output ? c.output : "no tool");
     }
 }
 
@@ -263,11 +263,9 @@ TEST(HostIdentity, HostNameFromModelAndMacElseKernelNameOnlyWhenAsked)
     };
     for (const Case& c : cases) {
         TempRoot root;
-        const std::string dt = "/sys/firmware/devicetree/base/tavel/";
-        if (c.model != "-")
-            root.put(dt + "modelo", c.model);
-        if (c.mac != "-")
-            root.put(dt + "mac", c.mac);
+        for (const auto& [file, content] : {std::pair{"modelo", c.model}, {"mac", c.mac}})
+            if (content != "-")
+                root.put(std::string("/sys/firmware/devicetree/base/tavel/") + file, content);
         EXPECT_EQ(tavel::getModuleHostName(false), c.name ? c.name : "") << c.model << " / " << c.mac;
         EXPECT_EQ(tavel::getModuleHostName(true), c.name ? c.name : kernel) << c.model << " / " << c.mac;
     }

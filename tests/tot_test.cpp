@@ -27,10 +27,14 @@ protected:
     void run_recovery_command(const char* command) override { commands.emplace_back(command); }
 };
 
-// One generation at 2023-11-14 22:13:20 UTC under a scratch root: the result, the file written and the log.
+// One generation at 2023-11-14 22:13:20 UTC under a scratch root holding the old
+// file, if any: the result, the file then there and the log.
 struct Generation {
-    explicit Generation(std::vector<std::string> offsets, bool whole = true)
+    explicit Generation(std::vector<std::string> offsets, bool whole = true, const std::vector<char>& old = {})
     {
+        if (!old.empty()) {
+            EXPECT_NE(tavel::write_char_vector_to_file(old, root(kTotPath), false), 0);
+        }
         unsigned long long utc = 0;
         EXPECT_EQ(tavel::std_time_to_mjd_utc(1700000000UL, utc), 1);
         tot.offsets = std::move(offsets);
@@ -135,23 +139,17 @@ TEST(TotGeneration, FailureStartsRecoveryAndKeepsTheOldFile)
         {{}, "El tamaño del codigo pais debe ser 3, y es 0"},
         {{"ESP", "3600 7200 1262303999"}, ""}, // a change before 2010 is a wrong time
     };
+    const std::vector<char> old_file = hex("73 F0 0D 01 02 03 04 05 F0 02 58 00 AA BB CC DD");
     for (const auto& c : cases) {
-        tavel::test::TempRoot root;
-        const std::vector<char> old_file = hex("73 F0 0D 01 02 03 04 05 F0 02 58 00 AA BB CC DD");
-        ASSERT_NE(tavel::write_char_vector_to_file(old_file, root(kTotPath), false), 0);
-        tavel::LogCapture log;
-        RecordingTOT tot;
-        tot.offsets = c.offsets;
-        unsigned long long utc = 0;
-        tavel::std_time_to_mjd_utc(1700000000UL, utc);
-        EXPECT_EQ(tot.generarTOT(utc, true), 0);
-        EXPECT_EQ(tavel::test::read_file(root(kTotPath)), old_file);
-        EXPECT_EQ(tot.commands, std::vector<std::string>{"/usr/bin/set_genera_tot.sh &"});
-        EXPECT_TRUE(log.has(LOG_WARNING, "Impossible generate the TOT table. Maybe wrong time"));
-        EXPECT_TRUE(log.has(LOG_WARNING, "HEADEND::: Impossible generate the TOT table. Maybe wrong time"));
-        EXPECT_FALSE(log.has(LOG_INFO, "Generate TOT file"));
-        EXPECT_EQ(log.has(LOG_ERR, c.error), *c.error != 0) << c.error;
-        EXPECT_EQ(log.count(LOG_ERR), *c.error != 0 ? 1u : 0u);
+        Generation run(c.offsets, true, old_file);
+        EXPECT_EQ(run.result, 0);
+        EXPECT_EQ(run.file, old_file);
+        EXPECT_EQ(run.tot.commands, std::vector<std::string>{"/usr/bin/set_genera_tot.sh &"});
+        EXPECT_TRUE(run.log.has(LOG_WARNING, "Impossible generate the TOT table. Maybe wrong time"));
+        EXPECT_TRUE(run.log.has(LOG_WARNING, "HEADEND::: Impossible generate the TOT table. Maybe wrong time"));
+        EXPECT_FALSE(run.log.has(LOG_INFO, "Generate TOT file"));
+        EXPECT_EQ(run.log.has(LOG_ERR, c.error), *c.error != 0) << c.error;
+        EXPECT_EQ(run.log.count(LOG_ERR), *c.error != 0 ? 1u : 0u);
     }
     // Reading a missing file: false, the buffer untouched, the warning.
     tavel::test::TempRoot root;

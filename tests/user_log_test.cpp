@@ -32,57 +32,48 @@ namespace ul = tavel::thrift::userlogs;
 using namespace std::chrono;
 using tavel::test::TempRoot;
 
-// The master's side: records every event, answers as told, and says when it
-// is listening.
-class RecordingMaster : public ul::UserLogsIf, public apache::thrift::server::TServerEventHandler {
+// A user-log service on 127.0.0.1, on a port the system picks: records every
+// event and answers as told.
+class LoopbackMaster : public ul::UserLogsIf, public apache::thrift::server::TServerEventHandler {
 public:
-    explicit RecordingMaster(bool accept) : accept_(accept) {}
+    explicit LoopbackMaster(bool accept = true) : accept_(accept)
+    {
+        using namespace apache::thrift;
+        socket_ = std::make_shared<transport::TServerSocket>("127.0.0.1", 0);
+        server_ = std::make_unique<server::TSimpleServer>(
+            std::make_shared<ul::UserLogsProcessor>(std::shared_ptr<ul::UserLogsIf>(this, [](ul::UserLogsIf*) {})),
+            socket_, std::make_shared<transport::TFramedTransportFactory>(),
+            std::make_shared<protocol::TBinaryProtocolFactory>());
+        server_->setServerEventHandler(std::shared_ptr<TServerEventHandler>(this, [](TServerEventHandler*) {}));
+        auto ready = ready_.get_future();
+        thread_ = std::thread([this] { server_->serve(); });
+        if (ready.wait_for(seconds(10)) != std::future_status::ready)
+            ADD_FAILURE() << "loopback server did not start";
+    }
+    ~LoopbackMaster() override
+    {
+        server_->stop();
+        thread_.join();
+    }
     bool addUserLog(const ul::UserLogEvent& event) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
         events_.push_back(event);
         return accept_;
     }
-    void preServe() override { ready.set_value(); }
+    void preServe() override { ready_.set_value(); }
+    int port() const { return socket_->getPort(); }
     std::vector<ul::UserLogEvent> events()
     {
         std::lock_guard<std::mutex> lock(mutex_);
         return events_;
     }
-    std::promise<void> ready;
 
 private:
     bool accept_;
     std::mutex mutex_;
     std::vector<ul::UserLogEvent> events_;
-};
-
-// A user-log service on 127.0.0.1, on a port the system picks.
-class LoopbackMaster {
-public:
-    explicit LoopbackMaster(bool accept = true) : master_(std::make_shared<RecordingMaster>(accept))
-    {
-        using namespace apache::thrift;
-        socket_ = std::make_shared<transport::TServerSocket>("127.0.0.1", 0);
-        server_ = std::make_unique<server::TSimpleServer>(std::make_shared<ul::UserLogsProcessor>(master_), socket_,
-                                                          std::make_shared<transport::TFramedTransportFactory>(),
-                                                          std::make_shared<protocol::TBinaryProtocolFactory>());
-        auto ready = master_->ready.get_future();
-        server_->setServerEventHandler(master_);
-        thread_ = std::thread([this] { server_->serve(); });
-        if (ready.wait_for(seconds(10)) != std::future_status::ready)
-            ADD_FAILURE() << "loopback server did not start";
-    }
-    ~LoopbackMaster()
-    {
-        server_->stop();
-        thread_.join();
-    }
-    int port() const { return socket_->getPort(); }
-    std::vector<ul::UserLogEvent> events() { return master_->events(); }
-
-private:
-    std::shared_ptr<RecordingMaster> master_;
+    std::promise<void> ready_;
     std::shared_ptr<apache::thrift::transport::TServerSocket> socket_;
     std::unique_ptr<apache::thrift::server::TSimpleServer> server_;
     std::thread thread_;

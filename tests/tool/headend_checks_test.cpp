@@ -19,6 +19,7 @@
 #include "config.h"
 #include "publish.h"
 #include "time_zone.h"
+#include "tool_test_support.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -181,20 +182,13 @@ TEST(HeadendChecks, DryRunSaysWhatWouldChangeAndWritesNothing)
     EXPECT_NE(out.str().find("offset \"3600 7200 1806195600\"\n     offset \"0 3600 1806195600\""), std::string::npos);
 
     ASSERT_TRUE(tavel_si::publish(tavel_si::parse_config(description.dump(), "."), kNov2026, out, err).ok);
-    const auto files_under = [](const fs::path& dir) {
-        std::map<std::string, std::vector<char>> files;
-        for (const auto& e : fs::recursive_directory_iterator(dir))
-            if (e.is_regular_file())
-                tavel::read_char_vector_from_file(e.path().string(), files[e.path().string()]);
-        return files;
-    };
-    const auto published = files_under(root);
+    const auto published = tool_test::files_under(root);
     description["outputs"][0]["services"][0]["name"] = "Uno HD";
     out.str("");
     EXPECT_TRUE(tavel_si::publish(tavel_si::parse_config(description.dump(), "."), kNov2026, out, err, true).ok);
     EXPECT_NE(out.str().find("NIT  network 1: unchanged (version 0), nothing to publish"), std::string::npos);
     EXPECT_NE(out.str().find("SDT  tsid 1: would publish version 1 (raised)"), std::string::npos) << out.str();
-    EXPECT_EQ(files_under(root), published);
+    EXPECT_EQ(tool_test::files_under(root), published);
     EXPECT_EQ(err.str(), "");
     unsetenv("TAVEL_ROOT");
     fs::remove_all(root);

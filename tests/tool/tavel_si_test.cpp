@@ -26,7 +26,6 @@ using nlohmann::json;
 namespace {
 
 using namespace tool_test;
-using Result = Outcome;
 
 unsigned version_of(const std::vector<char>& table)
 {
@@ -36,10 +35,8 @@ unsigned version_of(const std::vector<char>& table)
 fs::path tables(const fs::path& root) { return root / "tavel/datosWeb/tablasSI"; }
 
 // Every run works in a scratch directory removed with the test.
-class TavelSi : public ::testing::Test {
+class TavelSi : public ToolTest {
 protected:
-    ~TavelSi() override { fs::remove_all(dir_); }
-    Result run(const std::string& args) { return run_tool(dir_, args); }
 
     // The demo's patterns and description, published once under demo/.
     fs::path demo_root()
@@ -77,7 +74,7 @@ protected:
     }
 
     // Writes the configuration and runs generate on it into root/.
-    Result generate(const json& cfg)
+    Outcome generate(const json& cfg)
     {
         std::ofstream(dir_ / "headend.json") << cfg.dump(2);
         return run("generate " + (dir_ / "headend.json").string() + " --root " + root().string());
@@ -85,25 +82,13 @@ protected:
 
     fs::path root() const { return dir_ / "root"; }
 
-    // with_tot false: without the TOT, which every run rewrites with its time.
-    std::map<std::string, std::string> snapshot(const fs::path& root, bool with_tot = true)
-    {
-        std::map<std::string, std::string> files;
-        if (fs::exists(root))
-            for (const auto& e : fs::recursive_directory_iterator(root))
-                if (e.is_regular_file() && (with_tot || e.path().filename() != "TOT_table"))
-                    files[e.path().string()] = slurp(e.path());
-        return files;
-    }
-
-    fs::path dir_ = make_scratch_dir();
 };
 
 // --- generate -------------------------------------------------------------
 
 TEST_F(TavelSi, GenerateWritesWhatTheLibraryGenerates)
 {
-    Result r = generate(sample_config());
+    Outcome r = generate(sample_config());
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("NIT  network 12421: published version 0"), std::string::npos) << r.out;
     EXPECT_FALSE(fs::exists(tables(root()) / "NIT_table_aux")) << "the new NIT is promoted, not left behind";
@@ -156,25 +141,25 @@ TEST_F(TavelSi, VersionStaysOnUnchangedRepublishAndRisesAfterAChange)
 {
     json cfg = sample_config();
     ASSERT_EQ(generate(cfg).status, 0);
-    const auto first = snapshot(root(), false);
+    const auto first = files_under(root(), "TOT_table");
 
-    Result again = generate(cfg);
+    Outcome again = generate(cfg);
     ASSERT_EQ(again.status, 0) << again.err;
     for (const char* line : {"NIT  network 12421: unchanged (version 0), nothing published",
                              "SDT  tsid 7: unchanged (version 0), nothing published", "Nothing published"})
         EXPECT_NE(again.out.find(line), std::string::npos) << line << "\n" << again.out;
-    EXPECT_EQ(snapshot(root(), false), first);
+    EXPECT_EQ(files_under(root(), "TOT_table"), first);
 
     // A new service name changes the SDT of output 7 only.
     cfg["outputs"][0]["services"][1]["name"] = "Tres HD+";
-    Result renamed = generate(cfg);
+    Outcome renamed = generate(cfg);
     EXPECT_NE(renamed.out.find("NIT  network 12421: unchanged"), std::string::npos) << renamed.out;
     EXPECT_NE(renamed.out.find("SDT  tsid 7: published version 1"), std::string::npos) << renamed.out;
     EXPECT_EQ(version_of(bytes_of(tables(root()) / "SDT_table_7")), 1u);
 
     // A new channel number changes the NIT.
     cfg["outputs"][1]["services"][0]["lcn"] = 30;
-    Result renumbered = generate(cfg);
+    Outcome renumbered = generate(cfg);
     EXPECT_NE(renumbered.out.find("NIT  network 12421: published version 1"), std::string::npos) << renumbered.out;
     EXPECT_EQ(version_of(bytes_of(tables(root()) / "NIT_table")), 1u);
     EXPECT_FALSE(fs::exists(tables(root()) / "NIT_table_aux"));
@@ -184,7 +169,7 @@ TEST_F(TavelSi, BadInputExitsTwoWithOneLineAndTouchesNothing)
 {
     const json good = sample_config();
     ASSERT_EQ(generate(good).status, 0);
-    const auto before = snapshot(root());
+    const auto before = files_under(root());
     const std::string config = (dir_ / "headend.json").string();
 
     const auto with = [&](const std::function<void(json&)>& spoil) {
@@ -210,11 +195,11 @@ TEST_F(TavelSi, BadInputExitsTwoWithOneLineAndTouchesNothing)
         fs::remove(config);
         if (!text.empty())
             std::ofstream(config) << text;
-        Result r = run("generate " + config + " --root " + root().string());
+        Outcome r = run("generate " + config + " --root " + root().string());
         EXPECT_EQ(std::make_pair(r.status, r.out), std::make_pair(2, std::string())) << expected;
         EXPECT_TRUE(std::regex_match(r.err, std::regex("tavel-si: error: " + config + ": [^\n]*\n"))) << r.err;
         EXPECT_NE(r.err.find(expected), std::string::npos) << r.err;
-        EXPECT_EQ(snapshot(root()), before) << expected << ": files changed";
+        EXPECT_EQ(files_under(root()), before) << expected << ": files changed";
     }
     EXPECT_EQ(run("generate " + config + " --root " + (dir_ / "untouched").string()).status, 2);
     EXPECT_FALSE(fs::exists(dir_ / "untouched")) << "no root is created for bad input";
@@ -238,7 +223,7 @@ TEST_F(TavelSi, DumpJsonAgreesWithTheLibraryAndFlagsABadCrc)
     std::vector<char> sdt = bytes_of(t / "SDT_table_2");
     sdt[20] = static_cast<char>(sdt[20] ^ 0x01);
     tavel::write_char_vector_to_file(sdt, (dir_ / "spoilt").string(), false);
-    Result text = run("dump " + (dir_ / "spoilt").string());
+    Outcome text = run("dump " + (dir_ / "spoilt").string());
     EXPECT_EQ(text.status, 0);
     EXPECT_NE(text.out.find("(CRC BAD)"), std::string::npos) << text.out;
     EXPECT_EQ(run("dump " + (dir_ / "nothing").string()).status, 2);
@@ -247,7 +232,7 @@ TEST_F(TavelSi, DumpJsonAgreesWithTheLibraryAndFlagsABadCrc)
 TEST_F(TavelSi, ChannelsOfSpainListChannel21At474MHzAndTheCommandLineAnswers)
 {
     for (const char* code : {"ESP", "es"}) {
-        Result r = run(std::string("channels ") + code);
+        Outcome r = run(std::string("channels ") + code);
         ASSERT_EQ(r.status, 0) << r.err;
         // A row: channel name, centre MHz, bandwidth MHz.
         EXPECT_TRUE(std::regex_search(r.out, std::regex("\n +21 +474\\.000 +8\\.000\n"))) << code << "\n" << r.out;
@@ -263,7 +248,7 @@ TEST_F(TavelSi, ChannelsOfSpainListChannel21At474MHzAndTheCommandLineAnswers)
     EXPECT_EQ(run("--version").out.rfind("tavel-si 1.", 0), 0u);
     for (const char* cmd :
          {"--help", "generate --help", "demo --help", "dump --help", "channels --help", "tot --help"}) {
-        const Result r = run(cmd);
+        const Outcome r = run(cmd);
         EXPECT_TRUE(r.status == 0 && r.out.find("Usage:") != std::string::npos) << cmd;
     }
     for (const char* usage_error :

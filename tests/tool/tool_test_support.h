@@ -8,8 +8,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 namespace tool_test {
 
@@ -32,6 +35,17 @@ inline std::vector<char> bytes_of(const fs::path& p)
     return std::vector<char>(s.begin(), s.end());
 }
 
+// Every file under dir (none when it does not exist) with its bytes, but those named skip.
+inline std::map<std::string, std::string> files_under(const fs::path& dir, const std::string& skip = "")
+{
+    std::map<std::string, std::string> files;
+    if (fs::exists(dir))
+        for (const auto& e : fs::recursive_directory_iterator(dir))
+            if (e.is_regular_file() && e.path().filename() != skip)
+                files[e.path().string()] = slurp(e.path());
+    return files;
+}
+
 inline fs::path make_scratch_dir()
 {
     char name[] = "/tmp/tavel-tool-test-XXXXXX";
@@ -51,5 +65,15 @@ inline Outcome run_tool(const fs::path& dir, const std::string& args)
 {
     return run_in(dir, "env -u TAVEL_ROOT " TAVEL_SI_PROGRAM " " + args);
 }
+
+// A scratch directory per test, removed with it: run() starts the tool there,
+// shell() any command.
+class ToolTest : public ::testing::Test {
+protected:
+    ~ToolTest() override { fs::remove_all(dir_); }
+    Outcome run(const std::string& args) { return run_tool(dir_, args); }
+    Outcome shell(const std::string& command) { return run_in(dir_, command); }
+    fs::path dir_ = make_scratch_dir();
+};
 
 } // namespace tool_test

@@ -29,14 +29,9 @@ namespace {
 
 using namespace tool_test;
 
-class TsCli : public ::testing::Test {
+class TsCli : public ToolTest {
 protected:
-    ~TsCli() override { fs::remove_all(dir_); }
-    Outcome run(const std::string& command) { return run_in(dir_, command); }
-    Outcome tavel_si(const std::string& args) { return run_tool(dir_, args); }
-    bool have(const char* program) { return run(std::string(program) + " -version").status == 0; }
-
-    fs::path dir_ = make_scratch_dir();
+    bool have(const char* program) { return shell(std::string(program) + " -version").status == 0; }
 };
 
 // Every value under key, anywhere in the document.
@@ -115,13 +110,13 @@ TEST_F(TsCli, FfmpegCapturesDumpWithTheirNames)
          {std::pair<std::string, size_t>{"", 188}, {"-mpegts_m2ts_mode 1", 192}}) {
         SCOPED_TRACE(packet_size);
         const std::string capture = (dir_ / "capture.ts").string();
-        ASSERT_EQ(run("ffmpeg -y -v error -f lavfi -i testsrc=size=64x48:rate=5 -t 2 -c:v mpeg2video "
+        ASSERT_EQ(shell("ffmpeg -y -v error -f lavfi -i testsrc=size=64x48:rate=5 -t 2 -c:v mpeg2video "
                       "-metadata service_name='Ñandú TV' -metadata service_provider='Señal Ibérica' "
                       "-mpegts_service_id 0x0ABC " +
                       muxer_options + " -f mpegts " + capture)
                       .status,
                   0);
-        const Outcome r = tavel_si("dump --json " + capture);
+        const Outcome r = run("dump --json " + capture);
         ASSERT_EQ(r.status, 0) << r.err;
         const json file = json::parse(r.out)["files"][0];
         EXPECT_EQ(file["packet_size"], packet_size);
@@ -138,9 +133,9 @@ TEST_F(TsCli, FfmpegCapturesDumpWithTheirNames)
 
 TEST_F(TsCli, PlayedOutTablesReadBackByLibdvbpsiAndFfprobe)
 {
-    ASSERT_EQ(tavel_si("demo --root " + (dir_ / "demo").string()).status, 0);
+    ASSERT_EQ(run("demo --root " + (dir_ / "demo").string()).status, 0);
     const fs::path tables = dir_ / "demo/tavel/datosWeb/tablasSI", out = dir_ / "out.ts";
-    const Outcome r = tavel_si("ts " + (tables / "NIT_table").string() + " " + (tables / "SDT_table_1").string() + " " +
+    const Outcome r = run("ts " + (tables / "NIT_table").string() + " " + (tables / "SDT_table_1").string() + " " +
                                (tables / "TOT_table").string() + " --with-pat --duration 21 -o " + out.string());
     ASSERT_EQ(r.status, 0) << r.err;
 
@@ -152,7 +147,7 @@ TEST_F(TsCli, PlayedOutTablesReadBackByLibdvbpsiAndFfprobe)
         EXPECT_EQ(d.sdt.at(id), "\x15" + name);
 
     // Our own reader times the repetitions by the stream's PCR.
-    const json dumped = json::parse(tavel_si("dump --json " + out.string()).out)["files"][0];
+    const json dumped = json::parse(run("dump --json " + out.string()).out)["files"][0];
     std::map<unsigned, std::pair<int, double>> seen; // table_id -> count, mean interval in ms
     for (const json& s : dumped["sections"])
         seen[s["table_id"]] = {s["repetitions"]["count"],
@@ -161,7 +156,7 @@ TEST_F(TsCli, PlayedOutTablesReadBackByLibdvbpsiAndFfprobe)
 
     if (!have("ffprobe"))
         GTEST_SKIP() << "ffprobe not installed";
-    const json probed = json::parse(run("ffprobe -v error -show_programs -of json " + out.string()).out);
+    const json probed = json::parse(shell("ffprobe -v error -show_programs -of json " + out.string()).out);
     Names listed;
     for (const json& p : probed["programs"])
         listed[p["program_num"]] = p["tags"]["service_name"];
@@ -181,7 +176,7 @@ TEST_F(TsCli, BadInputIsOneLineAndExit2)
         {"ts " + cut + out + " --bitrate fast", "tavel-si: error: Could not convert: --bitrate = fast (see --help)\n"},
     };
     for (const auto& [args, message] : cases) {
-        const Outcome r = tavel_si(args);
+        const Outcome r = run(args);
         EXPECT_EQ(std::make_pair(r.status, r.err), std::make_pair(2, message)) << args;
     }
 }
