@@ -1,20 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <syslog.h>
 #include <vector>
 
 #include <tavel/eit.h>
-#include <tavel/file_io.h>
-
-#include "platform/log.h"
-#include "test_support.h"
-
-using tavel::test::hex;
-
-namespace {
-constexpr char kEitPath[] = "/tavel/datosWeb/tablasSI/EIT_table";
-}
 
 TEST(EitTable, ThreeSectionsChainedAndSealed)
 {
@@ -61,20 +49,4 @@ TEST(EitTable, NothingBeforeAFirstSectionAndRestart)
     ASSERT_EQ(eit.table->sections.size(), 1u);
     EXPECT_EQ(eit.table->total_size, 18u);
     EXPECT_EQ(eit.table->sections[0]->last_section_number, 0);
-}
-
-TEST(EitFile, MissingFileGivesFalseAndTheWarningStoredOneIsReadAsIs)
-{
-    tavel::test::TempRoot root;
-    std::vector<char> buffer = hex("4E F0");
-    {
-        tavel::LogCapture log;
-        EXPECT_FALSE(tavel::tEIT::leer_archivo_EIT_a_buffer(buffer));
-        EXPECT_EQ(buffer, hex("4E F0"));
-        EXPECT_TRUE(log.has(LOG_WARNING, "Imposible leer el archivo NIT o archivo NIT no existente. " + root(kEitPath)));
-    }
-    const std::vector<char> stored = hex("4E F0 0F 12 34 CB 00 00 04 01 22 D4 00 4E FF FF FF FF 00");
-    ASSERT_NE(tavel::write_char_vector_to_file(stored, root(kEitPath), false), 0);
-    EXPECT_TRUE(tavel::tEIT::leer_archivo_EIT_a_buffer(buffer));
-    EXPECT_EQ(buffer, stored);
 }

@@ -6,7 +6,10 @@
 #include <filesystem>
 #include <syslog.h>
 
+#include <tavel/eit.h>
 #include <tavel/file_io.h>
+#include <tavel/sdt.h>
+#include <tavel/tot.h>
 
 #include "platform/log.h"
 #include "platform/platform_path.h"
@@ -51,4 +54,38 @@ TEST(Log, FormatsPrintfStyleWithErrno)
     ASSERT_EQ(log.lines().size(), 2u);
     EXPECT_TRUE(log.has(LOG_WARNING, "Imposible leer x 5%"));
     EXPECT_TRUE(log.has(LOG_ERR, std::string("iconv: (") + std::strerror(ENOENT) + ") 22"));
+}
+
+// The EIT, SDT and TOT files: none gives false, the buffer untouched and the
+// warning (the EIT's says NIT, the SDT's names the path unmapped); the SDT
+// counts 14 bytes or fewer as no table, without a word; any other is read as is.
+TEST(TableFiles, ReadFromTheirPlaces)
+{
+    const struct {
+        const char* file;
+        bool (*read)(std::vector<char>&);
+        const char* warning;
+        bool sdt;
+    } rows[] = {
+        {"EIT_table", tavel::tEIT::leer_archivo_EIT_a_buffer, "Imposible leer el archivo NIT o archivo NIT", false},
+        {"SDT_table", tavel::tSDT::leer_archivo_SDT_a_buffer, "Imposible leer el archivo SDT o archivo SDT", true},
+        {"TOT_table", [](std::vector<char>& b) { return tavel::tTOT().leer_archivo_TOT_a_buffer(b); },
+         "Imposible leer el archivo TOT o archivo TOT", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.file);
+        tavel::test::TempRoot root;
+        const std::string path = std::string("/tavel/datosWeb/tablasSI/") + row.file;
+        std::vector<char> buffer = hex("01 02");
+        tavel::LogCapture log;
+        EXPECT_FALSE(row.read(buffer));
+        EXPECT_EQ(buffer, hex("01 02"));
+        EXPECT_TRUE(log.has(LOG_WARNING, std::string(row.warning) + " no existente. " + (row.sdt ? path : root(path))));
+        for (const size_t size : {14u, 15u}) {
+            root.put(path, std::string(size, 'x'));
+            EXPECT_EQ(row.read(buffer), size == 15 || !row.sdt) << size;
+            EXPECT_EQ(buffer, std::vector<char>(size, 'x'));
+        }
+        EXPECT_EQ(log.count(LOG_WARNING), 1u);
+    }
 }

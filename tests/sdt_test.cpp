@@ -3,20 +3,12 @@
 // CRC_32 included.
 #include <gtest/gtest.h>
 
-#include <syslog.h>
-
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include <tavel/coding.h>
-#include <tavel/file_io.h>
-#include <tavel/network_descriptors.h>
-#include <tavel/service_descriptors.h>
 #include <tavel/sdt.h>
 
-#include "platform/log.h"
 #include "tests/test_support.h"
 
 namespace {
@@ -393,27 +385,6 @@ TEST(SdtParser, CutBufferKeepsWhatWasComplete)
     tSDT sdt;
     sdt.procesarSDT(lying, false);
     EXPECT_EQ(sdt.secciones.size(), 1u);
-}
-
-TEST(SdtFile, ReadsStoredTableOnlyWhenLongerThan14Bytes)
-{
-    tavel::test::TempRoot root;
-    const std::string path = "/tavel/datosWeb/tablasSI/SDT_table";
-    std::vector<char> buffer;
-    {
-        tavel::LogCapture log;
-        EXPECT_FALSE(tSDT::leer_archivo_SDT_a_buffer(buffer));
-        EXPECT_TRUE(log.has(LOG_WARNING, "Imposible leer el archivo SDT o archivo SDT no existente. " + path));
-    }
-    ASSERT_TRUE(tavel::write_char_vector_to_file(std::vector<char>(14, 'x'), root(path), false));
-    {
-        tavel::LogCapture log;
-        EXPECT_FALSE(tSDT::leer_archivo_SDT_a_buffer(buffer));
-        EXPECT_EQ(log.count(LOG_WARNING), 0u);
-    }
-    ASSERT_TRUE(tavel::write_char_vector_to_file(hex(kTwoSections), root(path), false));
-    EXPECT_TRUE(tSDT::leer_archivo_SDT_a_buffer(buffer));
-    EXPECT_EQ(buffer, hex(kTwoSections));
 }
 
 TEST(SdtLookup, FindsTheEntryItselfByInputIdentityAndPatternsInInsertionOrder)

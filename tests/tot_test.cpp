@@ -68,9 +68,6 @@ TEST(TotGeneration, SpainWithOneScheduledChangeIsExactly29Bytes)
     EXPECT_TRUE(run.log.has(LOG_INFO, "Generate TOT file"));
     EXPECT_TRUE(run.log.has(LOG_INFO, "Generado archivo TOT"));
     EXPECT_EQ(run.log.count(LOG_WARNING) + run.log.count(LOG_ERR), 0u);
-    std::vector<char> back;
-    EXPECT_TRUE(run.tot.leer_archivo_TOT_a_buffer(back));
-    EXPECT_EQ(back, expected);
 }
 
 // The section without its CRC (checked apart) per offset list. A string that
@@ -151,11 +148,4 @@ TEST(TotGeneration, FailureStartsRecoveryAndKeepsTheOldFile)
         EXPECT_EQ(run.log.has(LOG_ERR, c.error), *c.error != 0) << c.error;
         EXPECT_EQ(run.log.count(LOG_ERR), *c.error != 0 ? 1u : 0u);
     }
-    // Reading a missing file: false, the buffer untouched, the warning.
-    tavel::test::TempRoot root;
-    tavel::LogCapture log;
-    std::vector<char> buffer = hex("01 02");
-    EXPECT_FALSE(tavel::tTOT().leer_archivo_TOT_a_buffer(buffer));
-    EXPECT_EQ(buffer, hex("01 02"));
-    EXPECT_TRUE(log.has(LOG_WARNING, "Imposible leer el archivo TOT o archivo TOT no existente. " + root(kTotPath)));
 }

@@ -207,16 +207,13 @@ TEST_F(TavelSi, BadInputExitsTwoWithOneLineAndTouchesNothing)
 
 // --- demo, dump, channels and the command line -----------------------------
 
-TEST_F(TavelSi, DumpJsonAgreesWithTheLibraryAndFlagsABadCrc)
+TEST_F(TavelSi, DumpJsonShowsTheDemoTablesAndFlagsABadCrc)
 {
     const fs::path t = tables(demo_root());
     const json doc =
         json::parse(run("dump --json " + (t / "NIT_table").string() + " " + (t / "SDT_table_1").string()).out);
-    tavel::tNIT nit;
-    nit.procesarNIT(bytes_of(t / "NIT_table"));
     const json& ns = doc["files"][0]["sections"][0];
-    EXPECT_EQ(ns["version"], nit.getNITVersion());
-    EXPECT_EQ(ns["transport_streams"].size(), nit.secciones.at(0)->transport_streams.items.size());
+    EXPECT_EQ(std::make_pair(ns["version"], ns["transport_streams"].size()), std::make_pair(json(0), size_t{3}));
     EXPECT_EQ(ns["network_descriptors"][0]["network_name"], "Tavel Demo");
     EXPECT_EQ(doc["files"][1]["sections"][0]["services"][2]["descriptors"][0]["service_name"], "Tres HD");
 
