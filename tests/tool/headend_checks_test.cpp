@@ -168,28 +168,48 @@ TEST(HeadendChecks, EachFaultIsRefusedWithOneLineAndTheRightCasesPass)
     }
 }
 
-TEST(HeadendChecks, DryRunSaysWhatWouldChangeAndWritesNothing)
+// A dry run writes nothing and says what a publication would do; an unchanged
+// headend publishes nothing, a new name raises its SDT's version, a new LCN the NIT's.
+TEST(HeadendChecks, DryRunWritesNothingAndVersionsRiseOnlyOnAChange)
 {
     const fs::path root = fs::temp_directory_path() / ("tavel-dry-" + std::to_string(getpid()));
     fs::remove_all(root);
     setenv("TAVEL_ROOT", root.c_str(), 1);
     json description = headend();
-    std::ostringstream out, err;
-    EXPECT_TRUE(tavel_si::publish(tavel_si::parse_config(description.dump(), "."), kNov2026, out, err, true).ok);
+    const auto publish = [&](bool dry_run) {
+        std::ostringstream out, err;
+        EXPECT_TRUE(tavel_si::publish(tavel_si::parse_config(description.dump(), "."), kNov2026, out, err, dry_run).ok);
+        EXPECT_EQ(err.str(), "");
+        return out.str();
+    };
+    const auto version = [&](const char* file) {
+        return (tool_test::slurp(root / "tavel/datosWeb/tablasSI" / file).append(6, '\0')[5] >> 1) & 0x1F;
+    };
+    std::string out = publish(true);
     EXPECT_FALSE(fs::exists(root)) << "nothing is created";
-    EXPECT_NE(out.str().find("NIT  network 1: would publish version 0 (new), 1 section"), std::string::npos);
+    EXPECT_NE(out.find("NIT  network 1: would publish version 0 (new), 1 section"), std::string::npos);
     // Zone entries resolved at the TOT's time.
-    EXPECT_NE(out.str().find("offset \"3600 7200 1806195600\"\n     offset \"0 3600 1806195600\""), std::string::npos);
+    EXPECT_NE(out.find("offset \"3600 7200 1806195600\"\n     offset \"0 3600 1806195600\""), std::string::npos);
 
-    ASSERT_TRUE(tavel_si::publish(tavel_si::parse_config(description.dump(), "."), kNov2026, out, err).ok);
+    publish(false);
     const auto published = tool_test::files_under(root);
-    description["outputs"][0]["services"][0]["name"] = "Uno HD";
-    out.str("");
-    EXPECT_TRUE(tavel_si::publish(tavel_si::parse_config(description.dump(), "."), kNov2026, out, err, true).ok);
-    EXPECT_NE(out.str().find("NIT  network 1: unchanged (version 0), nothing to publish"), std::string::npos);
-    EXPECT_NE(out.str().find("SDT  tsid 1: would publish version 1 (raised)"), std::string::npos) << out.str();
+    out = publish(false);
+    for (const char* line : {"NIT  network 1: unchanged (version 0), nothing published",
+                             "SDT  tsid 1: unchanged (version 0), nothing published", "Nothing published"})
+        EXPECT_NE(out.find(line), std::string::npos) << line << "\n" << out;
     EXPECT_EQ(tool_test::files_under(root), published);
-    EXPECT_EQ(err.str(), "");
+
+    description["outputs"][0]["services"][0]["name"] = "Uno HD";
+    out = publish(true);
+    EXPECT_NE(out.find("NIT  network 1: unchanged (version 0), nothing to publish"), std::string::npos);
+    EXPECT_NE(out.find("SDT  tsid 1: would publish version 1 (raised)"), std::string::npos) << out;
+    EXPECT_EQ(tool_test::files_under(root), published);
+    EXPECT_NE(publish(false).find("SDT  tsid 1: published version 1"), std::string::npos);
+    EXPECT_EQ(version("SDT_table_1"), 1);
+
+    description["outputs"][1]["services"][0]["lcn"] = 30;
+    EXPECT_NE(publish(false).find("NIT  network 1: published version 1"), std::string::npos);
+    EXPECT_EQ(std::make_pair(version("NIT_table"), version("SDT_table_2")), std::make_pair(1, 0));
     unsetenv("TAVEL_ROOT");
     fs::remove_all(root);
 }

@@ -27,11 +27,6 @@ namespace {
 
 using namespace tool_test;
 
-unsigned version_of(const std::vector<char>& table)
-{
-    return table.size() > 5 ? (static_cast<uint8_t>(table[5]) >> 1) & 0x1F : 99;
-}
-
 fs::path tables(const fs::path& root) { return root / "tavel/datosWeb/tablasSI"; }
 
 // Every run works in a scratch directory removed with the test.
@@ -135,34 +130,6 @@ TEST_F(TavelSi, GenerateWritesWhatTheLibraryGenerates)
     ASSERT_EQ(tot.generarTOT(utc, true), 1);
     EXPECT_EQ(tot_file, bytes_of(tables(lib_root) / "TOT_table"));
     unsetenv("TAVEL_ROOT");
-}
-
-TEST_F(TavelSi, VersionStaysOnUnchangedRepublishAndRisesAfterAChange)
-{
-    json cfg = sample_config();
-    ASSERT_EQ(generate(cfg).status, 0);
-    const auto first = files_under(root(), "TOT_table");
-
-    Outcome again = generate(cfg);
-    ASSERT_EQ(again.status, 0) << again.err;
-    for (const char* line : {"NIT  network 12421: unchanged (version 0), nothing published",
-                             "SDT  tsid 7: unchanged (version 0), nothing published", "Nothing published"})
-        EXPECT_NE(again.out.find(line), std::string::npos) << line << "\n" << again.out;
-    EXPECT_EQ(files_under(root(), "TOT_table"), first);
-
-    // A new service name changes the SDT of output 7 only.
-    cfg["outputs"][0]["services"][1]["name"] = "Tres HD+";
-    Outcome renamed = generate(cfg);
-    EXPECT_NE(renamed.out.find("NIT  network 12421: unchanged"), std::string::npos) << renamed.out;
-    EXPECT_NE(renamed.out.find("SDT  tsid 7: published version 1"), std::string::npos) << renamed.out;
-    EXPECT_EQ(version_of(bytes_of(tables(root()) / "SDT_table_7")), 1u);
-
-    // A new channel number changes the NIT.
-    cfg["outputs"][1]["services"][0]["lcn"] = 30;
-    Outcome renumbered = generate(cfg);
-    EXPECT_NE(renumbered.out.find("NIT  network 12421: published version 1"), std::string::npos) << renumbered.out;
-    EXPECT_EQ(version_of(bytes_of(tables(root()) / "NIT_table")), 1u);
-    EXPECT_FALSE(fs::exists(tables(root()) / "NIT_table_aux"));
 }
 
 TEST_F(TavelSi, BadInputExitsTwoWithOneLineAndTouchesNothing)
