@@ -179,32 +179,27 @@ TEST(SdtGeneration, PlacementBoundaryAtFreeSpaceMinusFour)
 {
     // Four services of 217 bytes leave 141 bytes free in section 0.
     std::vector<char> four;
+    std::vector<datos_servicios> records;
     for (uint16_t sid = 1; sid <= 4; ++sid) {
         auto e = not_found_entry(sid, std::string(200, 'A'));
         four.insert(four.end(), e.begin(), e.end());
+        records.push_back(record(sid, 0x0999, 0x01, std::string(200, 'A')));
     }
-    auto generate = [](size_t last_name, tSDT& sdt) {
-        for (uint16_t sid = 1; sid <= 5; ++sid)
-            sdt.servicios[sid] = record(sid, 0x0999, 0x01, sid == 5 ? std::string(last_name, 'B') : std::string(200, 'A'));
-        sdt.generarSDT();
-        std::vector<char> out;
-        sdt.getSDT(out, false);
-        return to_hex(out);
-    };
-
     // descriptors_loop_length 136 = free space - 5: fills the section to 1021.
-    tSDT fits(0x42, 0x0457, 0x22D4, 7, 0);
+    Output fits;
+    records.push_back(record(5, 0x0999, 0x01, std::string(124, 'B')));
     std::vector<char> loop = four;
     auto last = not_found_entry(5, std::string(124, 'B'));
     loop.insert(loop.end(), last.begin(), last.end());
-    EXPECT_EQ(generate(124, fits), section(0, 0, loop));
-    EXPECT_EQ(fits.secciones[0]->section_length, 1021);
+    EXPECT_EQ(fits.generate(records), section(0, 0, loop));
+    EXPECT_EQ(fits.sdt.secciones[0]->section_length, 1021);
 
     // descriptors_loop_length 137 = free space - 4: a new section first.
-    tSDT spills(0x42, 0x0457, 0x22D4, 7, 0);
-    EXPECT_EQ(generate(125, spills), section(0, 1, four) + " " +
-                                         section(1, 1, not_found_entry(5, std::string(125, 'B'))));
-    EXPECT_EQ(spills.data_size, 883u + 157u);
+    Output spills;
+    records.back().nombre += 'B';
+    EXPECT_EQ(spills.generate(records),
+              section(0, 1, four) + " " + section(1, 1, not_found_entry(5, std::string(125, 'B'))));
+    EXPECT_EQ(spills.sdt.data_size, 883u + 157u);
 }
 
 TEST(SdtComparison, VersionsSizesAndLastSectionNumber)
