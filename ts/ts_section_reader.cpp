@@ -44,6 +44,11 @@ struct PidState {
 
 constexpr size_t kVerifiedPerPid = 8;
 
+constexpr int64_t kPcrWrap = (int64_t{1} << 33) * 300;
+// Two PCRs further apart than this (or going back) are a discontinuity:
+// the standard asks for one every 100 ms.
+constexpr int64_t kMaxPcrStep = 27000000;
+
 } // namespace
 
 size_t ts_packet_size(const char* data, size_t size)
@@ -85,6 +90,31 @@ struct TsSectionReader::State {
     bool lost = false;
     int pcr_pid = -1;
     int64_t pcr = -1;
+    int64_t time = -1;
+    uint64_t pcr_packet = 0;        // packet index of the last PCR
+    double ticks_per_packet = 0;    // from the last regular PCR step, 0 before one
+
+    // A new PCR on the timing PID: the clock moves by its step, or across a
+    // jump by the packets since the last one at the rate measured before it.
+    void clock(int64_t value, bool flagged)
+    {
+        const uint64_t packets = counts.packets - 1 - pcr_packet;
+        if (time < 0) {
+            time = 0;
+        } else {
+            const int64_t step = ((value - pcr) % kPcrWrap + kPcrWrap) % kPcrWrap;
+            if (flagged || step > kMaxPcrStep) {
+                ++counts.pcr_discontinuities;
+                time += static_cast<int64_t>(ticks_per_packet * static_cast<double>(packets));
+            } else {
+                time += step;
+                if (packets > 0)
+                    ticks_per_packet = static_cast<double>(step) / static_cast<double>(packets);
+            }
+        }
+        pcr = value;
+        pcr_packet = counts.packets - 1;
+    }
 
     void cut(PidState& st)
     {
@@ -117,7 +147,9 @@ struct TsSectionReader::State {
             else
                 st.verified[st.next_verified++ % kVerifiedPerPid] = st.section;
         }
-        handler(TsSectionPlace{pid, counts.packets - 1, pcr}, st.section);
+        TsSectionPlace place{pid, counts.packets - 1, pcr};
+        place.time = time;
+        handler(place, st.section);
     }
 
     // Payload bytes [a, b) of one packet for one PID; new sections may begin only when allowed.
@@ -173,8 +205,9 @@ struct TsSectionReader::State {
             for (size_t i = 6; i < 10; ++i)
                 base = (base << 8) | bytes::at(p, i);
             base = (base << 1) | (bytes::at(p, 10) >> 7);
-            pcr = static_cast<int64_t>(base * 300 + (((bytes::at(p, 10) & 1u) << 8) | bytes::at(p, 11)));
             pcr_pid = pid;
+            clock(static_cast<int64_t>(base * 300 + (((bytes::at(p, 10) & 1u) << 8) | bytes::at(p, 11))),
+                  (bytes::at(p, 5) & 0x80) != 0);
         }
         const int index = slot[pid];
         if (index < 0 || afc == 0)
@@ -200,6 +233,11 @@ struct TsSectionReader::State {
         st.duplicate_seen = false;
         if (!has_payload)
             return;
+        if (b3 & 0xC0) { // SI is never scrambled: these bytes cannot be read
+            ++counts.scrambled_packets;
+            cut(st);
+            return;
+        }
         size_t off = 4 + ((afc & 2) ? 1 + af_length : 0);
         if (off >= kTsPacketSize) {
             cut(st);

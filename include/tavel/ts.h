@@ -35,6 +35,8 @@ struct TsCounts {
     uint64_t oversize_sections = 0; // section_length beyond 1021 (4093 for EIT/private), skipped
     uint64_t garbage_bytes = 0;     // bytes outside any packet
     uint64_t resyncs = 0;           // times sync was lost and found again
+    uint64_t scrambled_packets = 0; // selected PIDs' packets with transport_scrambling_control set (dropped)
+    uint64_t pcr_discontinuities = 0; // PCR jumps (flagged or not) on the PID times come from
 };
 
 // Where a complete section came from.
@@ -42,6 +44,10 @@ struct TsSectionPlace {
     uint16_t pid;
     uint64_t packet_index; // packet holding the section's last byte, from 0
     int64_t pcr;           // last PCR seen before it (27 MHz ticks), -1 when none yet
+    // That PCR on a clock that starts at 0 with the first one and runs on
+    // through wrap-arounds and discontinuities (a jump is bridged at the
+    // stream's packet rate): differences are durations. -1 before any PCR.
+    int64_t time = -1;
 };
 
 // Push parser over transport stream bytes. Sections of the selected PIDs are

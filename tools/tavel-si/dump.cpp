@@ -96,12 +96,20 @@ json descriptors(const Bytes& b, size_t pos, size_t len, const DumpOptions& opti
 
 const char* table_name(unsigned table_id)
 {
+    if (table_id == 0x00) return "PAT";
+    if (table_id == 0x01) return "CAT";
+    if (table_id == 0x02) return "PMT";
     if (table_id == 0x40) return "NIT actual";
     if (table_id == 0x41) return "NIT other";
     if (table_id == 0x42) return "SDT actual";
     if (table_id == 0x46) return "SDT other";
+    if (table_id == 0x4A) return "BAT";
     if (table_id == 0x70) return "TDT";
+    if (table_id == 0x71) return "RST";
+    if (table_id == 0x72) return "ST";
     if (table_id == 0x73) return "TOT";
+    if (table_id == 0x7E) return "DIT";
+    if (table_id == 0x7F) return "SIT";
     if (table_id == 0x4E) return "EIT actual p/f";
     if (table_id == 0x4F) return "EIT other p/f";
     if (table_id >= 0x50 && table_id <= 0x5F) return "EIT actual schedule";
@@ -122,10 +130,12 @@ void long_header(const Bytes& b, json& s, const char* extension_name)
 // Body of one section; end is the first CRC byte (or the section end).
 void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s, const DumpOptions& options)
 {
-    if (table_id == 0x40 || table_id == 0x41) {
-        long_header(b, s, "network_id");
+    if (table_id == 0x40 || table_id == 0x41 || table_id == 0x4A) {
+        // A BAT is laid out as a NIT, with a bouquet where the network is.
+        const bool bat = table_id == 0x4A;
+        long_header(b, s, bat ? "bouquet_id" : "network_id");
         const size_t nd_len = b.u12(8);
-        s["network_descriptors"] = descriptors(b, 10, std::min(nd_len, end > 10 ? end - 10 : 0), options);
+        s[bat ? "bouquet_descriptors" : "network_descriptors"] = descriptors(b, 10, std::min(nd_len, end > 10 ? end - 10 : 0), options);
         size_t pos = 10 + nd_len;
         const size_t ts_len = b.u12(pos);
         pos += 2;
@@ -159,6 +169,28 @@ void decode_body(const Bytes& b, unsigned table_id, size_t end, json& s, const D
             pos += 5 + d_len;
         }
         s["services"] = services;
+    } else if (table_id == 0x00 && end >= 8) {
+        long_header(b, s, "transport_stream_id");
+        json programs = json::array();
+        for (size_t pos = 8; pos + 4 <= end; pos += 4)
+            programs.push_back({{"program_number", b.u16(pos)}, {"pid", b.u16(pos + 2) & 0x1FFF}});
+        s["programs"] = programs;
+    } else if (table_id == 0x02 && end >= 12) {
+        long_header(b, s, "program_number");
+        s["pcr_pid"] = b.u16(8) & 0x1FFF;
+        const size_t info_len = b.u12(10);
+        s["program_descriptors"] = descriptors(b, 12, std::min(info_len, end - 12), options);
+        json streams = json::array();
+        for (size_t pos = 12 + info_len; pos + 5 <= end;) {
+            const size_t es_len = b.u12(pos + 3);
+            json es;
+            es["stream_type"] = hex_value(b.u8(pos), 2);
+            es["pid"] = b.u16(pos + 1) & 0x1FFF;
+            es["descriptors"] = descriptors(b, pos + 5, std::min(es_len, end - pos - 5), options);
+            streams.push_back(es);
+            pos += 5 + es_len;
+        }
+        s["streams"] = streams;
     } else if (table_id == 0x70 || table_id == 0x73) {
         s["utc_time"] = utc_text(b.u40(3));
         if (table_id == 0x73)
@@ -193,7 +225,9 @@ void decode_section_into(const std::vector<char>& section, json& s, const DumpOp
 {
     const Bytes b(section);
     const unsigned table_id = b.u8(0);
-    const bool has_crc = table_id != 0x70 && section.size() >= 7;
+    // Long sections end in a CRC_32; of the short ones only the TOT has one
+    // (TDT, RST and ST none).
+    const bool has_crc = ((b.u8(1) & 0x80) || table_id == 0x73) && section.size() >= 7;
     const size_t body_end = has_crc ? section.size() - 4 : section.size();
     decode_body(b, table_id, body_end, s, options);
     if (has_crc) {

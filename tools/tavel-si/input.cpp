@@ -47,7 +47,7 @@ public:
         Last& last = last_[it->second];
         ++d.count;
         if (pcr >= 0 && last.pcr >= 0) {
-            const int64_t ticks = (pcr - last.pcr + kPcrWrap) % kPcrWrap; // the PCR wraps after 26.5 hours
+            const int64_t ticks = pcr - last.pcr; // the reader's clock runs on through wraps and jumps
             last.seconds += static_cast<double>(ticks) / tavel::kTsPcrHz;
             last.max_seconds = std::max(last.max_seconds, static_cast<double>(ticks) / tavel::kTsPcrHz);
             ++last.timed_gaps;
@@ -77,7 +77,6 @@ public:
     }
 
 private:
-    static constexpr int64_t kPcrWrap = (int64_t{1} << 33) * 300;
     struct Last {
         uint64_t packet;
         int64_t pcr;
@@ -138,7 +137,7 @@ bool load_input(const std::string& path, const std::vector<uint16_t>& extra_pids
     }
     Collector collector(input);
     tavel::TsSectionReader reader([&collector](const tavel::TsSectionPlace& at, const std::vector<char>& section) {
-        collector.add(at.pid, section, at.packet_index, at.pcr);
+        collector.add(at.pid, section, at.packet_index, at.time);
     });
     for (uint16_t pid : kSiPids)
         reader.select(pid);

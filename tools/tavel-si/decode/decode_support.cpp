@@ -8,6 +8,10 @@
 namespace tavel_si {
 namespace decode {
 
+namespace {
+const char* const kTable00 = "ISO6937";
+}
+
 std::vector<char> payload_bytes(const Payload& payload)
 {
     return payload.slice(0, payload.size());
@@ -51,6 +55,18 @@ void put_text(json& out, const std::string& key, const std::vector<char>& field,
     if (text.undecodable) {
         out[key + "_undecodable"] = true;
         out[key + "_charset"] = text.charset;
+    }
+    // Without a selector the standard means its table 00 (ISO/IEC 6937, with
+    // non-spacing diacritics before the letter); where that reads the bytes
+    // otherwise than the table in use, both are shown.
+    const tavel::bytes::Reader r(field);
+    bool high = false;
+    for (size_t i = 0; i < r.size() && !high; ++i)
+        high = r.u8(i) >= 0xA0;
+    if (high && r.u8(0) >= 0x20 && ctx.default_charset != kTable00) {
+        const DvbText standard = decode_dvb_text(field, kTable00);
+        if (standard.text != text.text)
+            out[key + "_table_00"] = standard.text;
     }
 }
 
