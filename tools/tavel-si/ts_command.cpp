@@ -12,6 +12,7 @@
 #include <tavel/ts.h>
 
 #include "commands.h"
+#include "dvb/byte_io.h"
 #include "input.h"
 
 namespace tavel_si {
@@ -168,9 +169,19 @@ int run_ts(const TsOptions& o, std::ostream& out, std::ostream& err)
     uint16_t tsid = 0;
     if (o.with_pat) {
         std::vector<std::vector<char>> sdt;
+        std::string streams; // transport_stream_id of each SDT actual
+        size_t actual = 0;
         for (const Table& t : tables)
-            if (t.table_id == 0x42)
+            if (t.table_id == 0x42) {
                 sdt.insert(sdt.end(), t.sections.begin(), t.sections.end());
+                streams += (actual++ ? ", " : "") + std::to_string(tavel::bytes::Reader(t.sections.front()).u16(3));
+            }
+        // A stream has one SDT actual: the PAT of several would be wrong for all but one.
+        if (actual > 1) {
+            bad(err, "--with-pat: " + std::to_string(actual) + " SDT actual tables given (transport streams " +
+                         streams + "); a transport stream carries one, whose services its PAT lists");
+            return kExitBadInput;
+        }
         const std::vector<tavel::TsProgram> programs = tavel::ts_programs_of_sdt(sdt, kFirstPmtPid, tsid);
         psi.push_back(Table{"PAT", 0x0000, 0x00, kPsiEvery, {tavel::ts_pat_section(tsid, programs)}, {0}});
         for (const tavel::TsProgram& p : programs)
