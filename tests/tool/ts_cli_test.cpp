@@ -154,8 +154,8 @@ TEST_F(TsCli, PlayedOutTablesReadBackByLibdvbpsiAndFfprobe)
                                std::round(s["repetitions"].value("mean_interval", 0.0) * 100) * 10};
     EXPECT_EQ(seen, (decltype(seen){{0x40, {3, 10000}}, {0x42, {11, 2000}}, {0x73, {1, 0}}}));
     // One stream, one SDT actual: two cannot share a PAT.
-    const Outcome two = tavel_si("ts " + (tables / "SDT_table_1").string() + " " + (tables / "SDT_table_2").string() +
-                                 " --with-pat -o " + out.string());
+    const Outcome two = run("ts " + (tables / "SDT_table_1").string() + " " + (tables / "SDT_table_2").string() +
+                            " --with-pat -o " + out.string());
     EXPECT_EQ(std::make_pair(two.status, two.err),
               std::make_pair(2, std::string("tavel-si: error: --with-pat: 2 SDT actual tables given (transport "
                                             "streams 1, 2); a transport stream carries one, whose services its PAT "
