@@ -53,7 +53,7 @@ Packets split(const std::vector<char>& ts)
 
 struct Result {
     Packets sections;
-    std::vector<std::tuple<int, uint64_t, int64_t>> places;
+    std::vector<std::tuple<int, uint64_t, int64_t, int64_t>> places; // pid, packet, PCR, time
     tavel::TsCounts counts;
     size_t packet_size;
 };
@@ -64,7 +64,7 @@ Result read(const std::vector<char>& ts, size_t piece)
     Result r;
     tavel::TsSectionReader reader([&r](const tavel::TsSectionPlace& at, const std::vector<char>& s) {
         r.sections.push_back(s);
-        r.places.emplace_back(at.pid, at.packet_index, at.pcr);
+        r.places.emplace_back(at.pid, at.packet_index, at.pcr, at.time);
     });
     reader.select(0x11);
     reader.select(0x12);
@@ -133,7 +133,33 @@ TEST(TsSectionReader, CountsEachFaultExactly)
     }
     // Where the clean sections came from: A ends in packet 4, B in 6, after the PCR of 1 s.
     const Result r = read(head + body, 0);
-    EXPECT_EQ(r.places, (decltype(r.places){{0x11, 4, 27000000}, {0x11, 6, 27000000}}));
+    EXPECT_EQ(r.places, (decltype(r.places){{0x11, 4, 27000000, 0}, {0x11, 6, 27000000, 0}}));
+}
+
+TEST(TsSectionReader, TimesRunOnAcrossPcrWrapAndDiscontinuity)
+{
+    // A TDT after each PCR: 0.5 s before the 33-bit wrap, 0.5 s after it (two
+    // packets on: 6.75 M ticks a packet), then a flagged jump of an hour bridged
+    // at that rate over its two packets; a scrambled copy in between is dropped.
+    const int64_t wrap = (int64_t{1} << 33) * 300;
+    const std::vector<char> tdt = hex("70 70 05 EA 5E 12 00 00");
+    tavel::TsPacketiser p(0x11);
+    std::vector<char> ts, jump, scrambled;
+    tavel::ts_append_pcr_packet(ts, 0x100, static_cast<uint64_t>(wrap - 6750000));
+    p.packetise(tdt, ts);
+    tavel::ts_append_pcr_packet(ts, 0x100, 6750000);
+    p.packetise(tdt, ts);
+    tavel::ts_append_pcr_packet(jump, 0x100, 97200000000);
+    jump[5] = static_cast<char>(jump[5] | 0x80);
+    p.packetise(tdt, scrambled);
+    scrambled[3] = static_cast<char>(scrambled[3] | 0x80);
+    p.packetise(tdt, scrambled);
+    const Result r = read(ts + jump + scrambled, 0);
+    EXPECT_EQ(r.places, (decltype(r.places){{0x11, 1, wrap - 6750000, 0},
+                                            {0x11, 3, 6750000, 13500000},
+                                            {0x11, 6, 97200000000, 27000000}}));
+    EXPECT_EQ((std::vector<uint64_t>{r.counts.pcr_discontinuities, r.counts.scrambled_packets, r.counts.cc_errors}),
+              (std::vector<uint64_t>{1, 1, 0}));
 }
 
 TEST(TsPacketiser, PacksSectionsWithPointerAndStuffing)

@@ -12,6 +12,7 @@
 
 #include "decode/descriptor_decoder.h"
 #include "decode/dvb_text_decode.h"
+#include "dump.h"
 
 namespace {
 
@@ -179,6 +180,11 @@ TEST(OtherDescriptors, DecodedFromHandWrittenBytes)
         {0x50, bytes({0x05, 0x0B, 0x01, 's', 'p', 'a', 'H', 'D'}),
          R"({"stream_content":"0x5 H.264/AVC video","stream_content_ext":0,"component_type":"0x0B HD 16:9 25 Hz",
             "component_tag":1,"language":"spa","text":"HD"})"},
+        {0x4D, bytes({'s', 'p', 'a', 2, 'T', 'V', 4, 'd', 0xC2, 'i', 'a'}), // no selector: the table 00 reading beside
+         R"({"language":"spa","event_name":"TV","text":"dÂia","text_table_00":"día"})"},
+        {0x4E, bytes({0x01, 'd', 'e', 'u', 6, 2, 'B', 'y', 2, 'I', 'T', 2, 'O', 'k'}),
+         R"({"descriptor_number":0,"last_descriptor_number":1,"language":"deu",
+             "items":[{"description":"By","item":"IT"}],"text":"Ok"})"},
         {0x53, bytes({0x01, 0x00, 0x0B, 0x00}), R"({"ca_system_ids":["0x0100","0x0B00"]})"},
         {0x54, bytes({0x14, 0x00, 0xF1, 0x23}),
          R"({"contents":[{"level_1":"0x1 movie/drama","level_2":4,"user_byte":"0x00"},
@@ -203,6 +209,24 @@ TEST(OtherDescriptors, DecodedFromHandWrittenBytes)
     for (const Row& r : rows)
         EXPECT_EQ(decode(r.tag, r.payload), json::parse(r.expected)) << "tag " << r.tag;
     EXPECT_EQ(tavel_si::decode::find_descriptor_decoder(0x49), nullptr); // shown in hex
+}
+
+// Tables of a capture besides NIT, SDT, EIT and TOT, and which carry a CRC.
+TEST(Sections, BatLikeANitAndShortSectionsWithoutCrc)
+{
+    const auto section = [](std::initializer_list<int> values) {
+        return tavel_si::decode_section(bytes(values));
+    };
+    const json bat = section({0x4A, 0xF0, 0x11, 0x50, 0x01, 0xC5, 0x00, 0x00, 0xF0, 0x04, 0x47, 0x02, 'B', 'q',
+                              0xF0, 0x00, 0x16, 0xB3, 0x2B, 0x43});
+    EXPECT_EQ(std::vector<json>({bat["table"], bat["bouquet_id"], bat["version"], bat["bouquet_descriptors"][0]["bouquet_name"],
+                                 bat["crc_ok"]}),
+              std::vector<json>({"BAT", 0x5001, 2, "Bq", true}));
+    // ST and TDT have no CRC; the TOT has one though its syntax indicator is 0.
+    EXPECT_FALSE(section({0x72, 0x70, 0x03, 0xFF, 0xFF, 0xFF, 0xFF}).contains("crc32"));
+    EXPECT_FALSE(section({0x70, 0x70, 0x05, 0xEA, 0x5E, 0x12, 0x00, 0x00}).contains("crc32"));
+    EXPECT_EQ(section({0x00, 0xB0, 0x0D, 0x04, 0x01, 0xC1, 0x00, 0x00, 0x01, 0x00, 0xF0, 0x00, 0, 0, 0, 0})["programs"],
+              json::parse(R"([{"program_number":256,"pid":4096}])"));
 }
 
 // The same bytes through libdvbpsi's decoders.

@@ -6,7 +6,7 @@ namespace tavel_si {
 namespace decode {
 
 extern const DescriptorDecoder kNetworkNameDecoder, kServiceListDecoder, kStuffingDecoder, kSatelliteDeliveryDecoder,
-    kCableDeliveryDecoder, kBouquetNameDecoder, kServiceDecoder, kLinkageDecoder, kShortEventDecoder,
+    kCableDeliveryDecoder, kBouquetNameDecoder, kServiceDecoder, kLinkageDecoder, kShortEventDecoder, kExtendedEventDecoder,
     kComponentDecoder, kCaIdentifierDecoder, kContentDecoder, kParentalRatingDecoder, kLocalTimeOffsetDecoder,
     kTerrestrialDeliveryDecoder, kPrivateDataSpecifierDecoder, kFrequencyListDecoder, kDataBroadcastIdDecoder,
     kCellListDecoder, kDefaultAuthorityDecoder, kExtensionDecoder, kLogicalChannelDecoder,
@@ -24,6 +24,7 @@ const DescriptorDecoder* find_descriptor_decoder(unsigned tag)
         &kServiceDecoder,             // 0x48
         &kLinkageDecoder,             // 0x4A
         &kShortEventDecoder,          // 0x4D
+        &kExtendedEventDecoder,       // 0x4E
         &kComponentDecoder,           // 0x50
         &kCaIdentifierDecoder,        // 0x53
         &kContentDecoder,             // 0x54
