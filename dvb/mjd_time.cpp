@@ -56,11 +56,14 @@ int checkValidezHora(unsigned long long new_time, unsigned long long old_time)
     tavel::log(LOG_DEBUG, "Hora %llu, old %llu", new_time, old_time);
     if (new_time <= kEarliestValidTime)
         return 0;
-    // The magnitude is taken unsigned: negating the most negative 64-bit
-    // difference would overflow.
-    const unsigned long long diff = old_time > new_time ? old_time - new_time : new_time - old_time;
-    tavel::log(LOG_DEBUG, "Hora %lli, old %lli", static_cast<long long>(diff), kSameTimeSeconds);
-    return diff < static_cast<unsigned long long>(kSameTimeSeconds + 1) ? 2 : 1;
+    // The difference is a signed 64-bit value and wraps like one (a new time
+    // just below 2^64 is 1 s from 0). Its magnitude is taken unsigned, so the
+    // most negative difference counts as far apart instead of overflowing.
+    const long long diff = static_cast<long long>(old_time - new_time);
+    const unsigned long long magnitude =
+        diff < 0 ? 0ULL - static_cast<unsigned long long>(diff) : static_cast<unsigned long long>(diff);
+    tavel::log(LOG_DEBUG, "Hora %lli, old %lli", static_cast<long long>(magnitude), kSameTimeSeconds);
+    return magnitude < static_cast<unsigned long long>(kSameTimeSeconds + 1) ? 2 : 1;
 }
 
 } // namespace tavel
