@@ -117,7 +117,7 @@ TEST(NitGeneration, TsEntryPerLcnFlavourAndOutputKind)
     const std::string cable = " 44 0B 04 74 00 00 FF F2 03 00 69 00 0F"; // 474 MHz, 64-QAM, 6.9 Msym/s
     const std::string list = " 41 06 00 07 01 00 08 02";                 // 7 TV, 8 radio
     const std::string lcn = " 83 08 00 07 FC 05 00 08 FD 2C";            // 5 and 300 in 10 bits, visible
-    // Territories that publish no parameters: 0xFFFFFFFF kHz (x100 on the wire), every field 0.
+    // Terrestrial in territories that publish no parameters: 0xFFFFFFFF kHz (x100 on the wire), every field 0.
     const std::string unpublished = "5A 0B FF FF FF 9C 03 00 00 FF FF FF FF";
     struct Case {
         const char* what;
@@ -140,9 +140,9 @@ TEST(NitGeneration, TsEntryPerLcnFlavourAndOutputKind)
         {"tipo_salida 2: no delivery descriptor", 1, 1, 2, "FRA", true, list + " 5F 04 00 00 00 28" + lcn},
         // Real parameters: 474 000 kHz in 10 Hz, 8 MHz + priority, 64-QAM / 3/4, LP 7, 1/32, 8k.
         {"terrestrial ESP", 0, 1, 0, "ESP", false, "5A 0B 02 D3 44 40 13 82 E2 FF FF FF FF"},
-        {"terrestrial FRA", 0, 1, 0, "FRA", false, unpublished}, {"terrestrial GLP", 0, 1, 0, "GLP", false, unpublished},
-        {"terrestrial MTQ", 0, 1, 0, "MTQ", false, unpublished}, {"terrestrial REU", 0, 1, 0, "REU", false, unpublished},
-        {"terrestrial NCL", 0, 1, 0, "NCL", false, unpublished},
+        {"FRA", 0, 1, 0, "FRA", false, unpublished}, {"GLP", 0, 1, 0, "GLP", false, unpublished},
+        {"MTQ", 0, 1, 0, "MTQ", false, unpublished}, {"REU", 0, 1, 0, "REU", false, unpublished},
+        {"NCL", 0, 1, 0, "NCL", false, unpublished},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -154,7 +154,8 @@ TEST(NitGeneration, TsEntryPerLcnFlavourAndOutputKind)
         if (!c.services)
             nit->salidas[2].servicios.clear();
         // The reference header and name around the one TS entry, the two loop lengths counted here.
-        auto expected = hex("40 F0 00 30 01 CB 00 00 F0 07 40 05 54 56 4E 45 54 F0 00 00 02 22 D4 F0 00" + c.descriptors);
+        auto expected = hex("40 F0 00 30 01 CB 00 00 F0 07 40 05 54 56 4E 45 54 F0 00" // header, name
+                            "00 02 22 D4 F0 00" + c.descriptors);
         expected[18] = static_cast<char>(expected.size() - 19);
         expected[24] = static_cast<char>(expected.size() - 25);
         EXPECT_EQ(to_hex(generate(*nit, root)), to_hex(seal(expected)));

@@ -79,7 +79,8 @@ TEST(Slot, DetectionFileAndRetryRule)
                 root.put("/tmp/tavel/detected-slot", "4\n");
         };
         const unsigned int slot = tavel::slot::detectSlot(c.retries, sleep);
-        EXPECT_EQ(std::make_pair(slot, sleeps), std::make_pair(c.slot, c.sleeps)) << (c.content ? c.content : "-") << c.retries;
+        EXPECT_EQ(std::make_pair(slot, sleeps), std::make_pair(c.slot, c.sleeps))
+            << (c.content ? c.content : "-") << c.retries;
     }
 }
 

@@ -50,43 +50,32 @@ struct Demuxed {
     int warnings = 0;
 };
 
-void on_warning(dvbpsi_t* handle, const dvbpsi_msg_level_t, const char*)
-{
-    ++static_cast<Demuxed*>(handle->p_sys)->warnings;
-}
-
-void on_pat(void* data, dvbpsi_pat_t* pat)
-{
-    for (dvbpsi_pat_program_t* p = pat->p_first_program; p; p = p->p_next)
-        static_cast<Demuxed*>(data)->pat[p->i_number] = std::to_string(p->i_pid);
-    dvbpsi_pat_delete(pat);
-}
-
-void on_sdt(void* data, dvbpsi_sdt_t* sdt)
-{
-    for (dvbpsi_sdt_service_t* s = sdt->p_first_service; s; s = s->p_next)
-        for (dvbpsi_descriptor_t* d = s->p_first_descriptor; d; d = d->p_next)
-            if (const dvbpsi_service_dr_t* dr = d->i_tag == 0x48 ? dvbpsi_DecodeServiceDr(d) : nullptr)
-                static_cast<Demuxed*>(data)->sdt[s->i_service_id] =
-                    std::string(reinterpret_cast<const char*>(dr->i_service_name), dr->i_service_name_length);
-    dvbpsi_sdt_delete(sdt);
-}
-
-void on_subtable(dvbpsi_t* handle, uint8_t table_id, uint16_t extension, void* data)
-{
-    if (table_id == 0x42)
-        dvbpsi_sdt_attach(handle, table_id, extension, on_sdt, data);
-}
-
 // PAT and SDT actual of a 188-byte stream through libdvbpsi.
 Demuxed demux(std::string bytes)
 {
     Demuxed d;
-    dvbpsi_t* pat = dvbpsi_new(&on_warning, DVBPSI_MSG_WARN);
-    dvbpsi_t* sdt = dvbpsi_new(&on_warning, DVBPSI_MSG_WARN);
+    const auto warn = [](dvbpsi_t* h, const dvbpsi_msg_level_t, const char*) {
+        ++static_cast<Demuxed*>(h->p_sys)->warnings;
+    };
+    dvbpsi_t* pat = dvbpsi_new(warn, DVBPSI_MSG_WARN);
+    dvbpsi_t* sdt = dvbpsi_new(warn, DVBPSI_MSG_WARN);
     pat->p_sys = sdt->p_sys = &d;
-    dvbpsi_pat_attach(pat, on_pat, &d);
-    dvbpsi_AttachDemux(sdt, on_subtable, &d);
+    dvbpsi_pat_attach(pat, [](void* data, dvbpsi_pat_t* table) {
+        for (dvbpsi_pat_program_t* p = table->p_first_program; p; p = p->p_next)
+            static_cast<Demuxed*>(data)->pat[p->i_number] = std::to_string(p->i_pid);
+        dvbpsi_pat_delete(table);
+    }, &d);
+    dvbpsi_AttachDemux(sdt, [](dvbpsi_t* handle, uint8_t table_id, uint16_t extension, void* data) {
+        if (table_id == 0x42)
+            dvbpsi_sdt_attach(handle, table_id, extension, [](void* data, dvbpsi_sdt_t* table) {
+                for (dvbpsi_sdt_service_t* s = table->p_first_service; s; s = s->p_next)
+                    for (dvbpsi_descriptor_t* dr = s->p_first_descriptor; dr; dr = dr->p_next)
+                        if (const dvbpsi_service_dr_t* sd = dr->i_tag == 0x48 ? dvbpsi_DecodeServiceDr(dr) : nullptr)
+                            static_cast<Demuxed*>(data)->sdt[s->i_service_id] = std::string(
+                                reinterpret_cast<const char*>(sd->i_service_name), sd->i_service_name_length);
+                dvbpsi_sdt_delete(table);
+            }, data);
+    }, &d);
     for (size_t i = 0; i + 188 <= bytes.size(); i += 188) {
         auto* packet = reinterpret_cast<uint8_t*>(&bytes[i]);
         const unsigned pid = ((packet[1] & 0x1F) << 8) | packet[2];
