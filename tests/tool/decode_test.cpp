@@ -2,8 +2,13 @@
 // standard's tables, and against libdvbpsi where it decodes the same.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
+#include <tuple>
 #include <vector>
+
+#include <tavel/coding.h>
 
 #include <dvbpsi/dvbpsi.h>
 #include <dvbpsi/descriptor.h>
@@ -12,6 +17,7 @@
 
 #include "decode/descriptor_decoder.h"
 #include "decode/dvb_text_decode.h"
+#include "decoded_input.h"
 #include "dump.h"
 
 namespace {
@@ -227,6 +233,27 @@ TEST(Sections, BatLikeANitAndShortSectionsWithoutCrc)
     EXPECT_FALSE(section({0x70, 0x70, 0x05, 0xEA, 0x5E, 0x12, 0x00, 0x00}).contains("crc32"));
     EXPECT_EQ(section({0x00, 0xB0, 0x0D, 0x04, 0x01, 0xC1, 0x00, 0x00, 0x01, 0x00, 0xF0, 0x00, 0, 0, 0, 0})["programs"],
               json::parse(R"([{"program_number":256,"pid":4096}])"));
+}
+
+// A table that shrank between two versions: only the last version's sections are compared.
+TEST(Sections, LastVersionKeepsNoSectionOfTheOldOne)
+{
+    std::vector<char> file;
+    for (const auto& [version, number, last] : {std::tuple{3, 0, 1}, {3, 1, 1}, {4, 0, 0}}) {
+        std::vector<char> s = bytes({0x42, 0xF0, 0x0C, 0x04, 0x01, 0xC1 | version << 1, number, last, 0x22, 0xD4, 0xFF});
+        const unsigned long crc = tavel::mpeg_crc(0xFFFFFFFFul, s, s.size());
+        for (int shift = 24; shift >= 0; shift -= 8)
+            s.push_back(static_cast<char>(crc >> shift));
+        file.insert(file.end(), s.begin(), s.end());
+    }
+    const std::string path = (std::filesystem::temp_directory_path() / "decode_test_sdt").string();
+    std::ofstream(path, std::ios::binary).write(file.data(), static_cast<std::streamsize>(file.size()));
+    json sections;
+    std::string error;
+    ASSERT_TRUE(tavel_si::load_decoded_sections(path, sections, error)) << error;
+    std::filesystem::remove(path);
+    ASSERT_EQ(sections.size(), 1u);
+    EXPECT_EQ(sections[0]["version"], 4);
 }
 
 // The same bytes through libdvbpsi's decoders.
