@@ -155,9 +155,8 @@ TEST(TsSectionReader, TimesRunOnAcrossPcrWrapAndDiscontinuity)
     scrambled[3] = static_cast<char>(scrambled[3] | 0x80);
     p.packetise(tdt, scrambled);
     const Result r = read(ts + jump + scrambled, 0);
-    EXPECT_EQ(r.places, (decltype(r.places){{0x11, 1, wrap - 6750000, 0},
-                                            {0x11, 3, 6750000, 13500000},
-                                            {0x11, 6, 97200000000, 27000000}}));
+    EXPECT_EQ(r.places, (decltype(r.places){
+                            {0x11, 1, wrap - 6750000, 0}, {0x11, 3, 6750000, 13500000}, {0x11, 6, 97200000000, 27000000}}));
     EXPECT_EQ((std::vector<uint64_t>{r.counts.pcr_discontinuities, r.counts.scrambled_packets, r.counts.cc_errors}),
               (std::vector<uint64_t>{1, 1, 0}));
 }

@@ -54,6 +54,12 @@ void decode_t2(const Payload& p, json& out)
             pos += 4;
         }
         cell["centre_frequencies_khz"] = freqs;
+        // Each cell ends in its subcell loop's length, even when empty.
+        if (!p.has(pos, 1) || !p.has(pos + 1, p.u8(pos))) {
+            cell["error"] = "cut short";
+            cells.push_back(cell);
+            break;
+        }
         json subcells = json::array();
         const size_t sub_end = pos + 1 + p.u8(pos);
         for (size_t s = pos + 1; s + 5 <= sub_end && p.has(s, 5); s += 5)

@@ -6,10 +6,10 @@ namespace tavel_si {
 namespace decode {
 
 extern const DescriptorDecoder kNetworkNameDecoder, kServiceListDecoder, kStuffingDecoder, kSatelliteDeliveryDecoder,
-    kCableDeliveryDecoder, kBouquetNameDecoder, kServiceDecoder, kLinkageDecoder, kShortEventDecoder, kExtendedEventDecoder,
-    kComponentDecoder, kCaIdentifierDecoder, kContentDecoder, kParentalRatingDecoder, kLocalTimeOffsetDecoder,
-    kTerrestrialDeliveryDecoder, kPrivateDataSpecifierDecoder, kFrequencyListDecoder, kDataBroadcastIdDecoder,
-    kCellListDecoder, kDefaultAuthorityDecoder, kExtensionDecoder, kLogicalChannelDecoder,
+    kCableDeliveryDecoder, kBouquetNameDecoder, kServiceDecoder, kLinkageDecoder, kShortEventDecoder,
+    kExtendedEventDecoder, kComponentDecoder, kCaIdentifierDecoder, kContentDecoder, kParentalRatingDecoder,
+    kLocalTimeOffsetDecoder, kTerrestrialDeliveryDecoder, kPrivateDataSpecifierDecoder, kFrequencyListDecoder,
+    kDataBroadcastIdDecoder, kCellListDecoder, kDefaultAuthorityDecoder, kExtensionDecoder, kLogicalChannelDecoder,
     kLogicalChannelV2Decoder;
 
 const DescriptorDecoder* find_descriptor_decoder(unsigned tag)
