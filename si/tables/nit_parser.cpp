@@ -83,22 +83,23 @@ std::shared_ptr<Descriptor> decoded_descriptor(DescriptorArena& arena, uint8_t t
     return descriptor;
 }
 
-// Reads one descriptor loop of the given length starting at pos. False when
-// a descriptor would run past the end of the buffer; pos is then left at it.
-bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_length, bool debug,
-                          DescriptorArena& arena, SIVectorDescriptores& into)
+// Reads one descriptor loop of the given length starting at pos; consumed is
+// the bytes read. False when a descriptor would run past the end of the
+// buffer; pos is then left at it.
+bool read_descriptor_loop(const bytes::Reader& in, uint16_t& pos, unsigned loop_length, bool debug,
+                          DescriptorArena& arena, SIVectorDescriptores& into, unsigned& consumed)
 {
     into.items.reserve(into.items.size() + count_entries(in, pos, loop_length, 2, 1, false));
-    unsigned consumed = 0;
+    consumed = 0;
     while (consumed < loop_length) {
         if (!in.has(pos, 2))
             return false;
         const uint8_t tag = in.u8(pos);
-        const uint8_t length = in.u8(pos + 1);
-        if (!in.has(pos + 2, length))
+        const uint8_t length = in.u8(pos + 1u);
+        if (!in.has(pos + 2u, length))
             return false;
-        into.items.push_back(decoded_descriptor(arena, tag, length, in.view(pos + 2, length), debug));
-        pos += 2u + length;
+        into.items.push_back(decoded_descriptor(arena, tag, length, in.view(pos + 2u, length), debug));
+        pos = static_cast<uint16_t>(pos + 2u + length);
         consumed += 2u + length;
     }
     return true;
@@ -106,9 +107,10 @@ bool read_descriptor_loop(const bytes::Reader& in, size_t& pos, unsigned loop_le
 
 // Parses the section at o. Returns false when the section was cut short;
 // whatever was complete is still in it. next is where the following section
-// starts (after the CRC, which is skipped, not checked).
-bool read_section(const bytes::Reader& in, size_t o, bool debug, DescriptorArena& arena, SISectionNIT& s,
-                  size_t& next)
+// starts (after the CRC, which is skipped, not checked). Positions are
+// 16-bit and wrap at 65536, as stored NITs have always been read.
+bool read_section(const bytes::Reader& in, uint16_t o, bool debug, DescriptorArena& arena, SISectionNIT& s,
+                  uint16_t& next)
 {
     s.table_id = in.u8(o);
     s.section_syntax_indicator = in.u8(o + 1) >> 7;
@@ -120,31 +122,33 @@ bool read_section(const bytes::Reader& in, size_t o, bool debug, DescriptorArena
     s.last_section_number = in.u8(o + 7);
     s.network_descriptors_length = in.u12(o + 8);
 
-    size_t pos = o + 10;
-    if (!read_descriptor_loop(in, pos, s.network_descriptors_length, debug, arena, s.network_descriptors))
+    uint16_t pos = static_cast<uint16_t>(o + 10u);
+    unsigned descriptor_bytes = 0;
+    if (!read_descriptor_loop(in, pos, s.network_descriptors_length, debug, arena, s.network_descriptors,
+                              descriptor_bytes))
         return false;
 
     if (!in.has(pos, 2))
         return false;
     s.transport_stream_loop_length = in.u12(pos);
-    pos += 2;
+    pos = static_cast<uint16_t>(pos + 2u);
     s.transport_streams.items.reserve(count_entries(in, pos, s.transport_stream_loop_length, 6, 4, true));
     unsigned consumed = 0;
     while (consumed < s.transport_stream_loop_length) {
         if (!in.has(pos, 6))
             return false;
-        auto ts = std::make_unique<NITTS>(in.u16(pos), in.u16(pos + 2));
-        ts->transport_descriptors_length = in.u12(pos + 4);
-        pos += 6;
-        const size_t loop_start = pos;
-        const bool complete = read_descriptor_loop(in, pos, ts->transport_descriptors_length, debug, arena, ts->descriptores);
+        auto ts = std::make_unique<NITTS>(in.u16(pos), in.u16(pos + 2u));
+        ts->transport_descriptors_length = in.u12(pos + 4u);
+        pos = static_cast<uint16_t>(pos + 6u);
+        const bool complete = read_descriptor_loop(in, pos, ts->transport_descriptors_length, debug, arena,
+                                                   ts->descriptores, descriptor_bytes);
         if (complete)
             s.transport_streams.items.push_back(std::move(ts));
         if (!complete)
             return false;
-        consumed += 6u + static_cast<unsigned>(pos - loop_start);
+        consumed += 6u + descriptor_bytes;
     }
-    next = pos + 4;
+    next = static_cast<uint16_t>(pos + 4u);
     return true;
 }
 
@@ -164,12 +168,12 @@ void tNIT::procesarNIT(const std::vector<char>& buffer)
     // Checked once per table: a mask changed while it is read applies from the next one.
     const bool debug = log_wanted(LOG_DEBUG);
     DescriptorArena arena;
-    size_t o = 0;
+    uint16_t o = 0;
     for (unsigned n = first; n <= last; ++n) {
         if (!in.has(o, 10))
             return;
         auto seccion = std::make_unique<SISectionNIT>();
-        size_t next = 0;
+        uint16_t next = 0;
         const bool complete = read_section(in, o, debug, arena, *seccion, next);
         secciones.push_back(std::move(seccion));
         if (!complete)
