@@ -85,8 +85,12 @@ json decode_capture(const Input& capture, const DumpOptions& options)
         item["pid"] = s->pid;
         item["repetitions"] = repetitions(*s);
         const json decoded = decode_section(s->bytes, options);
-        for (auto& field : decoded.items())
+        for (auto& field : decoded.items()) {
             item[field.key()] = field.value();
+            // The clock of a TDT or TOT as it was last seen.
+            if (field.key() == "utc_time" && !s->last_bytes.empty())
+                item["last_utc_time"] = decode_section(s->last_bytes, options)["utc_time"];
+        }
         sections.push_back(item);
     }
     doc["sections"] = sections;

@@ -46,6 +46,8 @@ public:
         InputSection& d = input_.sections[it->second];
         Last& last = last_[it->second];
         ++d.count;
+        if (d.table_id == 0x70 || d.table_id == 0x73)
+            d.last_bytes = s;
         if (pcr >= 0 && last.pcr >= 0) {
             const int64_t ticks = pcr - last.pcr; // the reader's clock runs on through wraps and jumps
             last.seconds += static_cast<double>(ticks) / tavel::kTsPcrHz;

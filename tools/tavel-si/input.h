@@ -27,6 +27,8 @@ struct InputSection {
     unsigned version = 0;
     unsigned section_number = 0;
     std::vector<char> bytes;
+    // TDT and TOT, whose time moves on: the bytes of the last occurrence.
+    std::vector<char> last_bytes;
 
     uint64_t count = 0;        // occurrences
     uint64_t first_packet = 0; // capture packet index of the first (0 for files)
