@@ -24,8 +24,10 @@ constexpr size_t kCarry = kSyncRun * 204 + 204;
 
 size_t max_section_length(uint8_t table_id)
 {
-    // EIT and private sections may reach 4096 bytes, the rest 1024.
-    if ((table_id >= 0x4E && table_id <= 0x6F) || table_id >= 0x80 || (table_id >= 0x04 && table_id <= 0x3F))
+    // EIT, ST (which may overwrite any section), SIT and private sections may
+    // reach 4096 bytes, the rest 1024.
+    if ((table_id >= 0x4E && table_id <= 0x6F) || table_id >= 0x80 || (table_id >= 0x04 && table_id <= 0x3F) ||
+        table_id == 0x72 || table_id == 0x7F)
         return 4093;
     return 1021;
 }

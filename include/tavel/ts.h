@@ -32,7 +32,7 @@ struct TsCounts {
     uint64_t crc_errors = 0;        // sections dropped for a bad CRC_32
     uint64_t tei_packets = 0;       // packets with transport_error_indicator set (dropped)
     uint64_t cut_sections = 0;      // sections left unfinished (break, new start, end of stream)
-    uint64_t oversize_sections = 0; // section_length beyond 1021 (4093 for EIT/private), skipped
+    uint64_t oversize_sections = 0; // section_length beyond 1021 (4093 for EIT, ST, SIT, private), skipped
     uint64_t garbage_bytes = 0;     // bytes outside any packet
     uint64_t resyncs = 0;           // times sync was lost and found again
     uint64_t scrambled_packets = 0; // selected PIDs' packets with transport_scrambling_control set (dropped)
