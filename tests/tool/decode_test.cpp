@@ -154,6 +154,7 @@ TEST(DeliveryAndChannelDescriptors, NumbersNotSignalledAndTheLibrarysReadingBesi
          R"({"/channels/0/lcn":701,"/channels/0/library/lcn":189,"/channels/1/visible":false,"/channels/1/lcn":702})"},
         // Under specifier 0x29: 14 bits, 10000 = 0x2710.
         {0x83, 0x29, bytes({0x01, 0x01, 0xE7, 0x10}), R"({"/channels/0/lcn":10000})"},
+        {0x88, 0x28, bytes({0x01, 0x01, 0xFC, 0x05}), R"({"/channels/0/lcn":5})"}, // HD simulcast number
         // 0x87: list 1 "AB", country ESP, one entry at 703.
         {0x87, 0x28, bytes({0x01, 0x02, 'A', 'B', 'E', 'S', 'P', 0x04, 0x01, 0x03, 0xFE, 0xBF}),
          R"({"/channel_lists/0/channel_list_name":"AB","/channel_lists/0/country":"ESP",

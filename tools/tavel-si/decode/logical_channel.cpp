@@ -1,6 +1,6 @@
 // Logical channel number descriptors, private: 0x83 (10-bit numbers, or
-// 14-bit ones under private data specifier 0x29) and 0x87 (channel lists of
-// 10-bit numbers).
+// 14-bit ones under private data specifier 0x29), 0x87 (channel lists of
+// 10-bit numbers) and 0x88 (the HD simulcast numbers of specifier 0x28).
 #include <tavel/service_descriptors.h>
 
 #include "descriptor_decoder.h"
@@ -70,8 +70,19 @@ void decode_v2(const Payload& p, const DecodeContext& ctx, json& out)
     out["channel_lists"] = lists;
 }
 
+// Other specifiers give tag 0x88 other meanings: shown in hex there.
+void decode_hd_simulcast(const Payload& p, const DecodeContext& ctx, json& out)
+{
+    if (ctx.private_data_specifier == 0x28)
+        out["channels"] = entries(p, 0, p.size(), false);
+    else
+        out["hex"] = hex_bytes(payload_bytes(p));
+}
+
 } // namespace
 
+extern const DescriptorDecoder kHdSimulcastChannelDecoder = {0x88, "hd_simulcast_logical_channel",
+                                                             &decode_hd_simulcast};
 extern const DescriptorDecoder kLogicalChannelDecoder = {0x83, "logical_channel", &decode_v1};
 extern const DescriptorDecoder kLogicalChannelV2Decoder = {0x87, "logical_channel_v2", &decode_v2};
 

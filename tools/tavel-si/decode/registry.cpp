@@ -10,7 +10,7 @@ extern const DescriptorDecoder kNetworkNameDecoder, kServiceListDecoder, kStuffi
     kExtendedEventDecoder, kComponentDecoder, kCaIdentifierDecoder, kContentDecoder, kParentalRatingDecoder,
     kLocalTimeOffsetDecoder, kTerrestrialDeliveryDecoder, kPrivateDataSpecifierDecoder, kFrequencyListDecoder,
     kDataBroadcastIdDecoder, kCellListDecoder, kDefaultAuthorityDecoder, kExtensionDecoder, kLogicalChannelDecoder,
-    kLogicalChannelV2Decoder;
+    kLogicalChannelV2Decoder, kHdSimulcastChannelDecoder;
 
 const DescriptorDecoder* find_descriptor_decoder(unsigned tag)
 {
@@ -39,6 +39,7 @@ const DescriptorDecoder* find_descriptor_decoder(unsigned tag)
         &kExtensionDecoder,           // 0x7F
         &kLogicalChannelDecoder,      // 0x83 (private)
         &kLogicalChannelV2Decoder,    // 0x87 (private)
+        &kHdSimulcastChannelDecoder,  // 0x88 (private)
     };
     for (const DescriptorDecoder* d : kDecoders)
         if (d->tag == tag)
