@@ -512,13 +512,18 @@ TEST(NitPatron, KeepsOnePatternPerIdentity)
     stranger->procesarNIT(pattern(0x57, 3, 0xCC));
     EXPECT_FALSE(nit.nitPatron.NIT_patron_exist(stranger));
     EXPECT_FALSE(stranger->compareNIT(nullptr));
+}
 
-    // Garbage parses to no sections: one empty pattern per size.
-    NITPatron garbage;
-    for (const char* bytes : {"00 01 02", "04 05 06", "07 08"})
-        garbage.addNITPatron(hex(bytes));
-    ASSERT_EQ(garbage.patrones.size(), 2u);
-    EXPECT_TRUE(garbage.patrones[0]->secciones.empty());
+TEST(NitPatron, GarbageYieldsOneEmptyPatternPerSize)
+{
+    NITPatron patrones;
+    patrones.addNITPatron(hex("00 01 02"));
+    patrones.addNITPatron(hex("04 05 06"));
+    ASSERT_EQ(patrones.patrones.size(), 1u);
+    EXPECT_TRUE(patrones.patrones[0]->secciones.empty());
+    patrones.addNITPatron(hex("07 08")); // garbage of another size is another pattern
+    patrones.addNITPatron(pattern(0x55, 3, 0xAA));
+    EXPECT_EQ(patrones.patrones.size(), 3u);
 }
 
 } // namespace
