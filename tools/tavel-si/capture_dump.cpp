@@ -212,7 +212,7 @@ void print_eit_summary(const std::vector<const json*>& eit, std::ostream& out)
             line += ", every " + number(g.mean / static_cast<double>(g.sections.size())) +
                     g.unit + " on average, at most " + number(g.max) + g.unit;
         for (const json* s : g.sections)
-            if (!(*s)["crc_ok"].get<bool>())
+            if (!s->value("crc_ok", true))
                 line += " (CRC BAD in section " + std::to_string((*s)["section_number"].get<unsigned>()) + ")";
         out << line << "\n";
         if (std::get<0>(entry.first) >= 2)
