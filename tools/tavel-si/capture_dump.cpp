@@ -144,6 +144,7 @@ struct EitGroup {
     size_t events = 0;
     std::string from, to;
     uint64_t count = ~uint64_t{0}, most = 0;
+    size_t timed = 0; // sections seen more than once
     double mean = 0, max = 0;
     std::string unit;
 };
@@ -179,6 +180,7 @@ void print_eit_summary(const std::vector<const json*>& eit, std::ostream& out)
         if (r.contains("unit")) {
             g.unit = r["unit"].get<std::string>() == "s" ? " s" : " packets";
             g.mean += r["mean_interval"].get<double>(); // summed here, averaged when printed
+            ++g.timed;
             g.max = std::max(g.max, r["max_interval"].get<double>());
         }
     }
@@ -209,7 +211,7 @@ void print_eit_summary(const std::vector<const json*>& eit, std::ostream& out)
         line += ", seen " + std::to_string(g.count) +
                 (g.most != g.count ? "-" + std::to_string(g.most) : std::string()) + (g.most == 1 ? " time" : " times");
         if (!g.unit.empty())
-            line += ", every " + number(g.mean / static_cast<double>(g.sections.size())) +
+            line += ", every " + number(g.mean / static_cast<double>(g.timed)) +
                     g.unit + " on average, at most " + number(g.max) + g.unit;
         for (const json* s : g.sections)
             if (!s->value("crc_ok", true))
