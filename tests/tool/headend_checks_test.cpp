@@ -3,15 +3,9 @@
 // and the dry run.
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <map>
 #include <sstream>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <tavel/file_io.h>

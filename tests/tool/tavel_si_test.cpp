@@ -1,16 +1,10 @@
 // tavel-si as its users run it: the built program, its exit status, its
 // one-line errors and the files it leaves behind, checked against the
 // library's own generation.
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <map>
 #include <regex>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <tavel/file_io.h>

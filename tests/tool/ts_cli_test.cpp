@@ -2,10 +2,8 @@
 // write: captures made by ffmpeg's MPEG-TS muxer are dumped with their
 // names right, and what `tavel-si ts` plays out is read back by libdvbpsi's
 // demultiplexer and by ffprobe.
-#include <filesystem>
 #include <cmath>
-#include <map>
-#include <string>
+#include <cstdint>
 #include <utility>
 
 #include <dvbpsi/dvbpsi.h>
@@ -16,7 +14,6 @@
 #include <dvbpsi/psi.h>
 #include <dvbpsi/sdt.h>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "tool_test_support.h"

@@ -1,10 +1,6 @@
 // verify and diff through the tool: the demo's tables, a changed copy of
 // the headend, and captures of both made by `tavel-si ts`.
-#include <cstdlib>
-#include <filesystem>
-#include <string>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "tool_test_support.h"
