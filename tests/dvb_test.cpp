@@ -128,6 +128,7 @@ TEST(MjdTime, CheckValidezHora)
     EXPECT_EQ(tavel::checkValidezHora(1700000000ULL, 1700000006ULL), 1);
     // A difference of 2^63 is far apart, not "the same time".
     EXPECT_EQ(tavel::checkValidezHora(1700000000ULL, 1700000000ULL + (1ULL << 63)), 1);
+    EXPECT_EQ(tavel::checkValidezHora(~0ULL, 0), 2); // the difference wraps: 1 s apart
 }
 
 TEST(DvbTextEncoding, SelectorTable)
