@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     once.finish();
     const auto counts = [](const tavel::TsCounts& n) {
         return std::make_tuple(n.packets, n.cc_errors, n.duplicates, n.crc_errors, n.tei_packets, n.cut_sections,
-                               n.oversize_sections, n.garbage_bytes, n.resyncs);
+                               n.oversize_sections, n.garbage_bytes, n.resyncs, n.leading_bytes);
     };
     if (whole != sections || counts(once.counts()) != counts(reader.counts()) ||
         once.packet_size() != reader.packet_size())

@@ -110,7 +110,7 @@ TEST(TsSectionReader, CountsEachFaultExactly)
         {"discontinuity flag", [](Packets p) { p.push_back(hex("47 00 11 2B 01 80") + stuffing(182)); return join(p); }, {a, b}, {0, 0, 0, 0, 0, 0, 0, 0}, 188},
         {"oversize section", [](Packets p) { p.push_back(hex("47 40 12 10 00 42 F7 FF") + stuffing(180)); return join(p); }, {a, b}, {0, 0, 0, 0, 0, 1, 0, 0}, 188},
         {"garbage between packets", [](Packets p) { auto ts = join(p); ts.insert(ts.begin() + 4 * 188, 10, 0); return ts; }, {a, b}, {0, 0, 0, 0, 0, 0, 10, 1}, 188},
-        {"starts inside a packet", [](Packets p) { auto ts = join(p); ts.erase(ts.begin(), ts.begin() + 100); return ts; }, {a, b}, {0, 0, 0, 0, 0, 0, 88, 0}, 188},
+        {"starts inside a packet", [](Packets p) { auto ts = join(p); ts.erase(ts.begin(), ts.begin() + 100); return ts; }, {a, b}, {0, 0, 0, 0, 0, 0, 0, 0}, 188},
         {"cut last packet", [](Packets p) { auto ts = join(p); ts.resize(ts.size() - 100); return ts; }, {a}, {0, 0, 0, 0, 1, 0, 88, 0}, 188},
         {"192-byte M2TS", [](Packets p) { for (auto& k : p) k.insert(k.begin(), 4, 0); return join(p); }, {a, b}, {0, 0, 0, 0, 0, 0, 0, 0}, 192},
         {"204-byte, RS bytes 0x47", [](Packets p) { for (auto& k : p) k.insert(k.end(), 16, 0x47); return join(p); }, {a, b}, {0, 0, 0, 0, 0, 0, 0, 0}, 204},
@@ -129,6 +129,7 @@ TEST(TsSectionReader, CountsEachFaultExactly)
                                              n.oversize_sections, n.garbage_bytes, n.resyncs}),
                       c.counts);
             EXPECT_EQ(r.packet_size, c.packet_size);
+            EXPECT_EQ(n.leading_bytes, std::string(c.name) == "starts inside a packet" ? 88u : 0u);
         }
     }
     // Where the clean sections came from: A ends in packet 4, B in 6, after the PCR of 1 s.

@@ -280,6 +280,10 @@ struct TsSectionReader::State {
                     ++k;
                 const bool more = i + k * s < size;
                 if (k == kSyncRun || (at_end && !more && kTsPacketSize <= size - i)) {
+                    // A stride asked for first but still short of bytes decides
+                    // first: otherwise where a piece ends would pick the stride.
+                    if (waiting && !at_end)
+                        return i;
                     found_stride = s;
                     return i;
                 }
@@ -305,13 +309,14 @@ struct TsSectionReader::State {
                 if (s == 0) { // not found yet: a possible M2TS prefix stays for the next look,
                     // also when its sync byte is still to come
                     const size_t keep = stride == 0 ? std::min<size_t>(4, skipped) : 0;
-                    counts.garbage_bytes += skipped - keep;
+                    (stride == 0 ? counts.leading_bytes : counts.garbage_bytes) += skipped - keep;
                     pos = i - keep;
                     break;
                 }
                 if (stride == 0 && s == 192 && skipped >= 4)
                     skipped -= 4; // the first packet's M2TS prefix
-                counts.garbage_bytes += skipped;
+                // Before the first packet: where the capture began, not damage.
+                (stride == 0 ? counts.leading_bytes : counts.garbage_bytes) += skipped;
                 if (lost)
                     ++counts.resyncs;
                 lost = false;

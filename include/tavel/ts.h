@@ -37,6 +37,7 @@ struct TsCounts {
     uint64_t resyncs = 0;           // times sync was lost and found again
     uint64_t scrambled_packets = 0; // selected PIDs' packets with transport_scrambling_control set (dropped)
     uint64_t pcr_discontinuities = 0; // PCR jumps (flagged or not) on the PID times come from
+    uint64_t leading_bytes = 0;     // bytes before the first packet (a capture begun inside one): not an error
 };
 
 // Where a complete section came from.

@@ -72,6 +72,8 @@ json decode_capture(const Input& capture, const DumpOptions& options)
                          {"scrambled", n.scrambled_packets}};
     // Not an error when flagged; times are bridged across each one.
     doc["pcr_discontinuities"] = n.pcr_discontinuities;
+    // A capture begun inside a packet: where it starts, not damage.
+    doc["leading_bytes"] = n.leading_bytes;
     std::vector<const InputSection*> order;
     for (const InputSection& s : capture.sections)
         order.push_back(&s);
@@ -233,7 +235,10 @@ void print_capture(const json& capture, std::ostream& out)
 {
     out << "== " << capture["file"].get<std::string>() << " (transport stream, "
         << capture["packet_size"].get<size_t>() << "-byte packets, " << capture["packets"].get<uint64_t>()
-        << " packets)\n";
+        << " packets";
+    if (capture.value("leading_bytes", uint64_t{0}) > 0)
+        out << ", the first from byte " << capture["leading_bytes"].get<uint64_t>() << " on";
+    out << ")\n";
     std::string errors = "errors:";
     for (auto& e : capture["errors"].items())
         errors += " " + e.key() + "=" + std::to_string(e.value().get<uint64_t>());
