@@ -194,11 +194,23 @@ struct TsSectionReader::State {
         ++counts.packets;
         const uint8_t b1 = bytes::at(p, 1);
         const uint8_t b3 = bytes::at(p, 3);
+        const uint16_t pid = static_cast<uint16_t>(((b1 & 0x1F) << 8) | bytes::at(p, 2));
         if (b1 & 0x80) {
             ++counts.tei_packets;
+            // Its payload cannot be trusted, but a header that still names a
+            // followed PID with the next counter says the packet was not lost:
+            // the section it carried is cut, the next packet is no CC error.
+            const int index = slot[pid];
+            if (index >= 0 && (b3 & 0x10)) {
+                PidState& st = pids[static_cast<size_t>(index)];
+                if (st.last_cc >= 0 && (b3 & 0x0F) == ((st.last_cc + 1) & 0x0F)) {
+                    st.last_cc = b3 & 0x0F;
+                    st.duplicate_seen = false;
+                    cut(st);
+                }
+            }
             return;
         }
-        const uint16_t pid = static_cast<uint16_t>(((b1 & 0x1F) << 8) | bytes::at(p, 2));
         const unsigned afc = (b3 >> 4) & 3;
         const unsigned af_length = (afc & 2) ? bytes::at(p, 4) : 0;
         // Times come from the first PID seen carrying a PCR, so they never jump between programs.

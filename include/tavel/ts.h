@@ -30,7 +30,8 @@ struct TsCounts {
     uint64_t cc_errors = 0;         // continuity breaks on selected PIDs
     uint64_t duplicates = 0;        // repeated packets dropped (one allowed per break-free run)
     uint64_t crc_errors = 0;        // sections dropped for a bad CRC_32
-    uint64_t tei_packets = 0;       // packets with transport_error_indicator set (dropped)
+    uint64_t tei_packets = 0;       // packets with transport_error_indicator set (dropped; one that still
+                                    // carries its PID's next counter is no CC error, its section is cut)
     uint64_t cut_sections = 0;      // sections left unfinished (break, new start, end of stream)
     uint64_t oversize_sections = 0; // section_length beyond 1021 (4093 for EIT, ST, SIT, private), skipped
     uint64_t garbage_bytes = 0;     // bytes outside any packet

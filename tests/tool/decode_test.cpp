@@ -104,7 +104,7 @@ TEST(DeliveryDescriptors, CodeValuesByName)
         {0x5A, "constellation", 5, 6, 2, "64-QAM"},
         {0x5A, "hierarchy", 5, 3, 7, "alpha=4, in-depth interleaver"},
         {0x5A, "code_rate_hp", 5, 0, 4, "7/8"},
-        {0x5A, "code_rate_lp", 6, 5, 5, "reserved"},
+        {0x5A, "code_rate_lp", 6, 5, 5, "not applicable"}, // byte 5 says non-hierarchical
         {0x5A, "guard_interval", 6, 3, 3, "1/4"},
         {0x5A, "transmission_mode", 6, 1, 2, "4k"},
         {0x5A, "other_frequency", 6, 0, 1, "in use"},
@@ -136,9 +136,11 @@ TEST(DeliveryAndChannelDescriptors, NumbersNotSignalledAndTheLibrarysReadingBesi
     } rows[] = {
         // 474 MHz, 8 MHz, 64-QAM, non-hierarchical, LP 3/4, 1/8, 8k: the issue's bytes.
         {0x5A, 0, bytes({0x02, 0xD3, 0x44, 0x40, 0x1F, 0x85, 0x52, 0xFF, 0xFF, 0xFF, 0xFF}),
-         R"({"/frequency_khz":474000,"/hierarchy":"non-hierarchical, native interleaver","/code_rate_lp":"3/4",
+         R"({"/frequency_khz":474000,"/hierarchy":"non-hierarchical, native interleaver","/code_rate_lp":"not applicable",
              "/library/hierarchy":"alpha=1, native interleaver","/library/code_rate_lp":"2/3","/guard_interval":"1/8",
              "/transmission_mode":"8k","/library/frequency_khz":null})"},
+        {0x5A, 0, bytes({0x02, 0xD3, 0x44, 0x40, 0x1F, 0x95, 0x52, 0xFF, 0xFF, 0xFF, 0xFF}),
+         R"({"/hierarchy":"alpha=2, native interleaver","/code_rate_lp":"3/4"})"},
         {0x5A, 0, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0}), R"({"/frequency_khz":"not signalled"})"},
         // Cable 474.0005 MHz, 6.9001 Msymbol/s, 64-QAM.
         {0x44, 0, bytes({0x04, 0x74, 0x00, 0x05, 0xFF, 0xF2, 0x03, 0x00, 0x69, 0x00, 0x1F}),

@@ -49,6 +49,9 @@ void decode(const Payload& p, const DecodeContext&, json& out)
     note_library(out, "code_rate_lp", code_rate(lib->code_rate_LP_stream));
     note_library(out, "guard_interval", "not read");
     note_library(out, "transmission_mode", "not read");
+    // Without hierarchy there is no LP stream: whatever the field holds means nothing.
+    if ((((p.u8(5) >> 3) & 7) & 3) == 0)
+        out["code_rate_lp"] = "not applicable";
 }
 
 } // namespace
