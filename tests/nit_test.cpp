@@ -110,6 +110,13 @@ TEST(NitGeneration, CableOutputWithTwoServicesIsTheReferenceTable)
     auto empty = reference_nit(1);
     empty->salidas.clear(); // no outputs: the name alone and an empty TS loop
     EXPECT_EQ(to_hex(generate(*empty, root)), "40 F0 14 30 01 CB 00 00 F0 07 40 05 54 56 4E 45 54 F0 00 8C 50 40 56");
+
+    // The open section's free space shrinks with each loop byte: 7 of the name, 43 of the TS loop.
+    auto steps = reference_nit(1);
+    steps->generar_cabecera_primera_section();
+    steps->generar_network_name_descriptor();
+    steps->generar_TS_loop();
+    EXPECT_EQ(steps->seccion_actual->espacio_libre_seccion, 1008 - 7 - 43);
 }
 
 TEST(NitGeneration, TsEntryPerLcnFlavourAndOutputKind)

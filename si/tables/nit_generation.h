@@ -4,7 +4,10 @@
 
 #include <memory>
 
+#include <cstdint>
+
 #include <tavel/descriptor.h>
+#include <tavel/sections.h>
 
 namespace tavel {
 namespace nit {
@@ -17,6 +20,14 @@ constexpr unsigned short kFixedSectionLength = 13;
 
 // Bytes a descriptor takes in its loop: tag, length byte and payload.
 inline unsigned loop_bytes(const Descriptor& d) { return d.descriptor_length + 2u; }
+
+// Adds n bytes to one of the section's loop lengths; its free space shrinks
+// by as much, as it does in every generator.
+inline void add_loop_bytes(SISection& s, uint16_t& loop_length, unsigned n)
+{
+    loop_length = static_cast<uint16_t>(loop_length + n);
+    s.espacio_libre_seccion = static_cast<uint16_t>(s.espacio_libre_seccion - n);
+}
 
 } // namespace nit
 } // namespace tavel

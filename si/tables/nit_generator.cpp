@@ -107,8 +107,7 @@ void tNIT::generar_network_name_descriptor()
     auto name = std::make_shared<DescriptorNetworkName>(network_name);
     name->generateDataVector();
     // No room check: the name always opens section 0.
-    seccion_actual->network_descriptors_length =
-        static_cast<uint16_t>(seccion_actual->network_descriptors_length + nit::loop_bytes(*name));
+    nit::add_loop_bytes(*seccion_actual, seccion_actual->network_descriptors_length, nit::loop_bytes(*name));
     seccion_actual->network_descriptors.items.push_back(std::move(name));
 }
 
@@ -145,8 +144,7 @@ void tNIT::generar_network_descriptors()
                 const int free = nit::kSectionCapacity - seccion_actual->network_descriptors_length;
                 if (free < static_cast<int>(nit::loop_bytes(*d)))
                     cerrar_seccion(false);
-                seccion_actual->network_descriptors_length =
-                    static_cast<uint16_t>(seccion_actual->network_descriptors_length + nit::loop_bytes(*d));
+                nit::add_loop_bytes(*seccion_actual, seccion_actual->network_descriptors_length, nit::loop_bytes(*d));
                 seccion_actual->network_descriptors.items.push_back(d);
             }
         }
@@ -161,8 +159,6 @@ void tNIT::cerrar_seccion(bool ultima)
     SISectionNIT& s = *seccion_actual;
     s.section_length =
         static_cast<uint16_t>(s.section_length + s.network_descriptors_length + s.transport_stream_loop_length);
-    s.espacio_libre_seccion = static_cast<uint16_t>(
-        nit::kSectionCapacity - s.network_descriptors_length - s.transport_stream_loop_length);
     data_size += s.section_length + 3u;
     secciones.push_back(std::move(seccion_actual));
     if (!ultima)

@@ -252,8 +252,7 @@ void tNIT::generar_TS_loop()
                          seccion_actual->transport_stream_loop_length;
         if (free < needed)
             cerrar_seccion(false);
-        seccion_actual->transport_stream_loop_length =
-            static_cast<uint16_t>(seccion_actual->transport_stream_loop_length + needed);
+        nit::add_loop_bytes(*seccion_actual, seccion_actual->transport_stream_loop_length, needed);
         seccion_actual->transport_streams.items.push_back(std::move(ts));
     }
 }
