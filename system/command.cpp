@@ -44,13 +44,17 @@ int run(const std::string& program, const std::vector<std::string>& argv, std::s
         rc = ::posix_spawn(&pid, program.c_str(), &actions, nullptr, args.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     ::close(fds[1]);
+    // Nothing started at all: an error, and the output is left as it was.
+    if (rc == EAGAIN || rc == ENOMEM) {
+        ::close(fds[0]);
+        return -1;
+    }
     salida.clear();
     if (rc != 0) {
         ::close(fds[0]);
         // A program that is missing or not executable behaves as it did when
-        // a shell started it: the run happened and printed nothing. Only a
-        // failure to start anything at all is an error.
-        return (rc == EAGAIN || rc == ENOMEM) ? -1 : 0;
+        // a shell started it: the run happened and printed nothing.
+        return 0;
     }
 
     char piece[128];

@@ -12,8 +12,8 @@ namespace command {
 // standard output on a pipe; salida is cleared and receives everything the
 // program prints until it exits. program is searched on PATH when it has no
 // slash. 0 once the program ran, or was missing or not executable (empty
-// output, as a shell would give); -1 when no process could be started. The
-// exit status is not looked at.
+// output, as a shell would give); -1 when no process could be started (salida
+// left as it was). The exit status is not looked at.
 int run(const std::string& program, const std::vector<std::string>& argv, std::string& salida);
 
 // The argument vector of the interface status query for one interface.

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <tuple>
 #include <cstdio>
@@ -19,9 +20,22 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
+
+// Non-zero: posix_spawn fails with it (linked with --wrap=posix_spawn).
+int spawn_error = 0;
+extern "C" {
+int __real_posix_spawn(pid_t*, const char*, const posix_spawn_file_actions_t*, const posix_spawnattr_t*, char* const*,
+                       char* const*);
+int __wrap_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
+                       const posix_spawnattr_t* attr, char* const* argv, char* const* envp)
+{
+    return spawn_error ? spawn_error : __real_posix_spawn(pid, path, actions, attr, argv, envp);
+}
+}
 
 namespace {
 
@@ -244,6 +258,19 @@ TEST(InterfaceStatus, HostileNamesReachTheToolAsOneArgumentAndRunNothing)
         EXPECT_EQ(tavel::getNetworInterfaceStatus(name, salida), 0);
         EXPECT_EQ(salida, "[-j]\n[-I]\n[" + name + "]\n") << name;
         EXPECT_NE(::access(marker.c_str(), F_OK), 0) << name;
+    }
+}
+
+// Nothing started: -1 and the output as it was; a missing tool: 0 and empty.
+TEST(InterfaceStatus, NoProcessLeavesTheOutputAlone)
+{
+    TempRoot root;
+    for (auto [error, rc, out] : {std::tuple{EAGAIN, -1, "kept"}, {ENOENT, 0, ""}}) {
+        std::string salida = "kept";
+        spawn_error = error;
+        EXPECT_EQ(tavel::getNetworInterfaceStatus("eth0", salida), rc) << error;
+        spawn_error = 0;
+        EXPECT_EQ(salida, out) << error;
     }
 }
 
