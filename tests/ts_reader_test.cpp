@@ -162,6 +162,29 @@ TEST(TsSectionReader, TimesRunOnAcrossPcrWrapAndDiscontinuity)
               (std::vector<uint64_t>{1, 1, 0}));
 }
 
+TEST(TsSectionReader, TimesGoOnFromTheNextPcrPidWhenTheirsGoesOffAir)
+{
+    // PID 0x100 sets the rate (6.75 M ticks over two packets), then stops; a
+    // PCR on 0x101 is ignored until 0x100 has been silent for over a second
+    // of the stream (8 packets), then takes over, bridged at that rate.
+    const std::vector<char> tdt = hex("70 70 05 EA 5E 12 00 00");
+    tavel::TsPacketiser p(0x11);
+    std::vector<char> ts;
+    tavel::ts_append_pcr_packet(ts, 0x100, 0);
+    p.packetise(tdt, ts);
+    tavel::ts_append_pcr_packet(ts, 0x100, 6750000);
+    for (uint64_t pcr : {uint64_t{1000000000}, uint64_t{5000000000}}) {
+        tavel::ts_append_pcr_packet(ts, 0x101, pcr);
+        for (int i = 0; i < 4; ++i)
+            tavel::ts_append_null_packet(ts);
+    }
+    tavel::ts_append_pcr_packet(ts, 0x101, 5006750000);
+    p.packetise(tdt, ts);
+    const Result r = read(ts, 0);
+    EXPECT_EQ(r.places, (decltype(r.places){{0x11, 1, 0, 0}, {0x11, 14, 5006750000, 37125000 + 6750000}}));
+    EXPECT_EQ(r.counts.pcr_discontinuities, 0u);
+}
+
 TEST(TsPacketiser, PacksSectionsWithPointerAndStuffing)
 {
     // Two short sections in one packet; the counter runs on into the next call.

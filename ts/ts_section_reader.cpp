@@ -98,15 +98,18 @@ struct TsSectionReader::State {
 
     // A new PCR on the timing PID: the clock moves by its step, or across a
     // jump by the packets since the last one at the rate measured before it.
-    void clock(int64_t value, bool flagged)
+    // A PID taking over as the timing PID has its own clock: bridged too, but
+    // no discontinuity of the stream.
+    void clock(int64_t value, bool flagged, bool new_pid)
     {
         const uint64_t packets = counts.packets - 1 - pcr_packet;
         if (time < 0) {
             time = 0;
         } else {
             const int64_t step = ((value - pcr) % kPcrWrap + kPcrWrap) % kPcrWrap;
-            if (flagged || step > kMaxPcrStep) {
-                ++counts.pcr_discontinuities;
+            if (new_pid || flagged || step > kMaxPcrStep) {
+                if (!new_pid)
+                    ++counts.pcr_discontinuities;
                 time += static_cast<int64_t>(ticks_per_packet * static_cast<double>(packets));
             } else {
                 time += step;
@@ -213,15 +216,21 @@ struct TsSectionReader::State {
         }
         const unsigned afc = (b3 >> 4) & 3;
         const unsigned af_length = (afc & 2) ? bytes::at(p, 4) : 0;
-        // Times come from the first PID seen carrying a PCR, so they never jump between programs.
-        if (af_length >= 7 && (bytes::at(p, 5) & 0x10) && (pcr_pid < 0 || pid == pcr_pid)) {
+        // Times come from the first PID seen carrying a PCR, so they never jump
+        // between programs; when that program goes off air (silent for over a
+        // second of the stream), the next PID with a PCR takes over.
+        const bool timing_pid_gone =
+            ticks_per_packet > 0 &&
+            ticks_per_packet * static_cast<double>(counts.packets - 1 - pcr_packet) > kMaxPcrStep;
+        if (af_length >= 7 && (bytes::at(p, 5) & 0x10) && (pcr_pid < 0 || pid == pcr_pid || timing_pid_gone)) {
             uint64_t base = 0;
             for (size_t i = 6; i < 10; ++i)
                 base = (base << 8) | bytes::at(p, i);
             base = (base << 1) | (bytes::at(p, 10) >> 7);
+            const bool new_pid = pcr_pid >= 0 && pid != pcr_pid;
             pcr_pid = pid;
             clock(static_cast<int64_t>(base * 300 + (((bytes::at(p, 10) & 1u) << 8) | bytes::at(p, 11))),
-                  (bytes::at(p, 5) & 0x80) != 0);
+                  (bytes::at(p, 5) & 0x80) != 0, new_pid);
         }
         const int index = slot[pid];
         if (index < 0 || afc == 0)

@@ -48,7 +48,9 @@ struct TsSectionPlace {
     int64_t pcr;           // last PCR seen before it (27 MHz ticks), -1 when none yet
     // That PCR on a clock that starts at 0 with the first one and runs on
     // through wrap-arounds and discontinuities (a jump is bridged at the
-    // stream's packet rate): differences are durations. -1 before any PCR.
+    // stream's packet rate), and on to the next PID with a PCR when the
+    // timing PID falls silent for over a second: differences are durations.
+    // -1 before any PCR.
     int64_t time = -1;
 };
 

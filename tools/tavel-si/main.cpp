@@ -117,7 +117,8 @@ int main(int argc, char** argv)
     demo->add_option("--root", demo_root, "File-system root for the table files (sets TAVEL_ROOT)")
         ->capture_default_str();
 
-    CLI::App* dump = app.add_subcommand("dump", "Decode table files (NIT, SDT, TOT, EIT) section by section.");
+    CLI::App* dump = app.add_subcommand(
+        "dump", "Decode table files or captures (NIT, SDT, BAT, EIT, TDT, TOT, PAT, PMT) section by section.");
     dump->add_option("FILE", files, "Table files (sections back to back) or transport stream captures")->required();
     dump->add_flag("--json", as_json, "One JSON document instead of text");
     std::vector<unsigned> dump_pids;
