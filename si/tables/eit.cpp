@@ -103,10 +103,10 @@ int tEIT::getEIT(char)
 
 bool tEIT::leer_archivo_EIT_a_buffer(std::vector<char>& buffer)
 {
-    const std::string path = platform_path(std::string(constants::kSiTablesDir) + constants::kEitTableFile);
+    const std::string path = std::string(constants::kSiTablesDir) + constants::kEitTableFile;
     tavel::log(LOG_DEBUG, "Leemos el archivo %s", path.c_str());
     // Both lines keep the NIT wording: the log readers search for it.
-    if (read_char_vector_from_file(path, buffer) == 0) {
+    if (read_char_vector_from_file(platform_path(path), buffer) == 0) {
         tavel::log(LOG_WARNING, "Imposible leer el archivo NIT o archivo NIT no existente. %s", path.c_str());
         return false;
     }

@@ -111,9 +111,10 @@ uint16_t offset_to_bcd_hhmm(long long seconds)
     return static_cast<uint16_t>((bin_2_bcd4(hours) << 8) | bin_2_bcd4(minutes));
 }
 
+// The system's path: the one logged, as the NIT and SDT readers log theirs.
 std::string tot_file_path()
 {
-    return platform_path(std::string(constants::kSiTablesDir) + constants::kTotTableFile);
+    return std::string(constants::kSiTablesDir) + constants::kTotTableFile;
 }
 
 } // namespace
@@ -270,7 +271,7 @@ int tTOT::generar_archivo_TOT(bool whole)
                    static_cast<int>(total_size));
 
     const std::string path = tot_file_path();
-    if (write_char_vector_to_file(buffer, path, false) == 0) {
+    if (write_char_vector_to_file(buffer, platform_path(path), false) == 0) {
         tavel::log(LOG_WARNING, "Imposible escribir el archivo TOT. %s", path.c_str());
         return 0;
     }
@@ -282,7 +283,7 @@ bool tTOT::leer_archivo_TOT_a_buffer(std::vector<char>& buffer)
 {
     tavel::log(LOG_DEBUG, "leer_archivo_TOT_a_buffer");
     const std::string path = tot_file_path();
-    if (read_char_vector_from_file(path, buffer) == 0) {
+    if (read_char_vector_from_file(platform_path(path), buffer) == 0) {
         tavel::log(LOG_WARNING, "Imposible leer el archivo TOT o archivo TOT no existente. %s", path.c_str());
         return false;
     }
