@@ -90,6 +90,10 @@ TEST(Descriptors, EmitExactBytes)
         {"lcn 3 bit 10", lcn(3, 1, 1030), 0x87, 10, "00 00 39 30 30 04 10 01 FC 06"}, // list id, no name, "900", loop
         {"time offsets", time_offsets({{"ESP", 0, 0}, {"PRT", 2, 1}}), 0x58, 26, kSpainEntry + kPortugalEntry},
         {"two-letter country", time_offsets({{"ES", 0, 0}}), 0x58, 13, "45 53 02 01 00 EA 5D 01 00 00 02 00"}, // 13 counted
+        // Factory defaults: FEC_inner 15 on cable, the mode-3 header counted, unknown tags (also 0x183) as tag 0.
+        {"cable default", Descriptor::getPtrDescriptorType(0x44), 0x44, 11, "00 00 00 00 FF F0 00 00 00 00 0F"},
+        {"lcn 3 default", Descriptor::getPtrDescriptorType(0x87), 0x87, 6, ""},
+        {"unknown 0x183", Descriptor::getPtrDescriptorType(0x183), 0, 0, ""},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(emit(*c.d), to_hex(hex(c.payload))) << c.what;
