@@ -35,27 +35,25 @@ std::string expand_errno(const char* format, int saved_errno)
 }
 } // namespace
 
-void log(int priority, const char* format, ...)
+bool capture_active() { return active_capture != nullptr; }
+
+void capture_line(int priority, const char* format, ...)
 {
+    if (!active_capture)
+        return;
     const int saved_errno = errno;
+    const std::string expanded = expand_errno(format, saved_errno);
     va_list args;
-    if (active_capture) {
-        std::string expanded = expand_errno(format, saved_errno);
-        va_start(args, format);
-        va_list copy;
-        va_copy(copy, args);
-        int n = std::vsnprintf(nullptr, 0, expanded.c_str(), copy);
-        va_end(copy);
-        std::string text(n > 0 ? static_cast<size_t>(n) : 0, '\0');
-        if (n > 0)
-            std::vsnprintf(&text[0], text.size() + 1, expanded.c_str(), args);
-        va_end(args);
-        active_capture->lines_.push_back({priority, text});
-    }
-    errno = saved_errno;
     va_start(args, format);
-    vsyslog(priority, format, args);
+    va_list copy;
+    va_copy(copy, args);
+    int n = std::vsnprintf(nullptr, 0, expanded.c_str(), copy);
+    va_end(copy);
+    std::string text(n > 0 ? static_cast<size_t>(n) : 0, '\0');
+    if (n > 0)
+        std::vsnprintf(&text[0], text.size() + 1, expanded.c_str(), args);
     va_end(args);
+    active_capture->lines_.push_back({priority, text});
     errno = saved_errno;
 }
 
