@@ -6,12 +6,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
 
-extern "C" {
 #include <dvbpsi/dvbpsi.h>
 #include <dvbpsi/psi.h>
 #include <dvbpsi/descriptor.h>
@@ -28,7 +26,6 @@ extern "C" {
 #include <dvbpsi/dr_58.h>
 #include <dvbpsi/dr_5a.h>
 #include <dvbpsi/dr_83.h>
-}
 
 #if __has_include(<bitstream/dvb/si/desc_5f.h>)
 #include <bitstream/common.h>
@@ -131,19 +128,12 @@ TEST(TablesInterop, NitDecodesWithEveryDescriptor)
     tavel::tNIT nit("ESP", 0x3001, "TVNET", 1, 1, 0x40);
     nit.version = 11;
     for (uint16_t t = 1; t <= 25; ++t) {
-        tavel::datos_salidas& out = nit.salidas[t];
-        out.tipo_salida = t % 2;
-        out.tsid = t;
-        out.onid = 0x22D4;
-        out.frecuencia = 306000u + t * 8000u;
-        out.symbol_rate = 6900;
-        out.modulacion = out.code_rate = 2;
-        out.modo_transmision = 1;
-        for (uint16_t sid = t * 100; sid < t * 100 + 10; ++sid) {
-            out.servicios[sid].sid = sid;
-            out.servicios[sid].tipo_servicio = 1;
-            out.servicios[sid].lcn = static_cast<uint16_t>(sid - t * 90);
-        }
+        // Type, TSID, ONID, kHz, 8 MHz, 8k, 1/32, 64-QAM (cable: index 2), 3/4, ksym/s.
+        auto& out =
+            nit.salidas[t] = {static_cast<uint16_t>(t % 2), t, 0x22D4, 306000u + t * 8000u, 0, 1, 0, 2, 2, 6900, {}};
+        // SID, input SID/TSID/ONID, LCN, spare, type, descramble, scrambled, name, rename, provider.
+        for (uint16_t sid = t * 100; sid < t * 100 + 10; ++sid)
+            out.servicios[sid] = {sid, 0, 0, 0, static_cast<uint16_t>(sid - t * 90), 0, 1, 0, 0, "", 0, ""};
     }
     nit.generarNIT();
     ASSERT_EQ(nit.secciones.size(), 3u);
@@ -191,12 +181,11 @@ TEST(TablesInterop, NitDecodesWithEveryDescriptor)
         ASSERT_EQ(list->i_service_count, 10);
         ASSERT_EQ(lcn->i_number_of_entries, 10);
         for (int i = 0; i < 10; ++i) {
-            const int sid = t * 100 + i;
-            EXPECT_EQ(std::make_pair(list->i_service[i].i_service_id, list->i_service[i].i_service_type),
-                      std::make_pair(static_cast<uint16_t>(sid), uint8_t{1}));
-            EXPECT_EQ(std::make_tuple(lcn->p_entries[i].i_service_id, lcn->p_entries[i].b_visible_service_flag,
+            const auto sid = static_cast<uint16_t>(t * 100 + i);
+            EXPECT_EQ(std::make_tuple(list->i_service[i].i_service_id, list->i_service[i].i_service_type,
+                                      lcn->p_entries[i].i_service_id, lcn->p_entries[i].b_visible_service_flag,
                                       lcn->p_entries[i].i_logical_channel_number),
-                      std::make_tuple(static_cast<uint16_t>(sid), 1, static_cast<uint16_t>(sid - t * 90)));
+                      std::make_tuple(sid, uint8_t{1}, sid, 1, static_cast<uint16_t>(sid - t * 90)));
         }
 #ifdef TAVEL_HAVE_BITSTREAM
         const dvbpsi_descriptor_t* pds = find(ts->p_first_descriptor, 0x5F);
@@ -220,17 +209,11 @@ TEST(TablesInterop, SdtDecodesActualAndOther)
     tavel::tSDT sdt{0x42, 0x0457, 0x22D4, 9, 0};
     sdt.patrones = &patterns;
     for (uint16_t i = 1; i <= 60; ++i) {
-        tavel::datos_servicios& r = sdt.servicios[i];
-        r.sid = i;
-        r.tsid_entrada = 0x0010;
-        r.onid_entrada = 0x0020;
-        r.sid_entrada = i == 1 ? 0x0101 : i == 2 ? 0x0102 : 0x0999;
-        r.cambiar_nombre = i == 1;
-        r.tipo_servicio = i <= 2 ? 0x19 : 0x02;
-        r.cifrado = i > 2 && i % 2 == 1; // only new services take it
         char name[32];
         std::snprintf(name, sizeof name, i == 1 ? "Uno HD" : "Radio numero %03u", i);
-        r.nombre = name;
+        // Only new services take the scrambled flag.
+        sdt.servicios[i] = {i, static_cast<uint16_t>(i == 1 ? 0x0101 : i == 2 ? 0x0102 : 0x0999), 0x0010, 0x0020, 0, 0,
+                            static_cast<uint16_t>(i <= 2 ? 0x19 : 0x02), 0, i > 2 && i % 2 == 1, name, i == 1, ""};
     }
     sdt.generarSDT();
     ASSERT_GE(sdt.secciones.size(), 2u);

@@ -3,7 +3,6 @@
 #include <functional>
 #include <tuple>
 
-#include <tavel/coding.h>
 #include <tavel/ts.h>
 
 #include "test_support.h"
@@ -19,12 +18,8 @@ std::vector<char> section(size_t size, uint8_t fill)
 {
     std::vector<char> s(size - 4, static_cast<char>(fill));
     s[0] = static_cast<char>(0x80);
-    s[1] = static_cast<char>(0xB0 | ((size - 3) >> 8));
-    s[2] = static_cast<char>((size - 3) & 0xFF);
-    const unsigned long crc = tavel::mpeg_crc(0xFFFFFFFFul, s, s.size());
-    for (int shift = 24; shift >= 0; shift -= 8)
-        s.push_back(static_cast<char>(crc >> shift));
-    return s;
+    s[1] = static_cast<char>(0xB0);
+    return tavel::test::seal(s);
 }
 
 std::vector<char> join(const Packets& packets)

@@ -70,7 +70,6 @@ protected:
     }
 
     fs::path root() const { return dir_ / "root"; }
-
 };
 
 // --- generate -------------------------------------------------------------

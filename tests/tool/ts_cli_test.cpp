@@ -108,7 +108,7 @@ TEST_F(TsCli, FfmpegCapturesDumpWithTheirNames)
         EXPECT_EQ(file["packet_size"], packet_size);
         for (const auto& count : file["errors"].items())
             EXPECT_EQ(count.value(), 0) << count.key();
-        std::vector<json> names, providers, pids;
+        std::vector<json> names, providers;
         find_all(file, "service_name", names);
         find_all(file, "provider_name", providers);
         EXPECT_EQ(names, std::vector<json>{"Ñandú TV"});

@@ -19,7 +19,7 @@ protected:
     static void SetUpTestSuite()
     {
         dir_ = make_scratch_dir();
-        ASSERT_EQ(tavel_si("demo --root " + (dir_ / "old").string()).status, 0);
+        ASSERT_EQ(tavel_si("demo --root " + at("old")).status, 0);
         json cfg = json::parse(slurp(dir_ / "old/demo-headend.json"));
         json& out = cfg["outputs"];
         out[0]["services"][2]["name"] = "Tres HD+"; // renamed (its rename flag is set)
@@ -29,18 +29,12 @@ protected:
         out[1]["services"][0]["type"] = "hd-tv";    // retyped
         out.erase(2);                               // transport stream and its SDT gone
         std::ofstream(dir_ / "old/changed.json") << cfg.dump();
-        ASSERT_EQ(
-            tavel_si("generate " + (dir_ / "old/changed.json").string() + " --root " + (dir_ / "new").string()).status,
-            0);
+        ASSERT_EQ(tavel_si("generate " + at("old/changed.json") + " --root " + at("new")).status, 0);
         // A capture of each side, and its NIT and SDTs as one file for diff on table files.
         for (const std::string side : {"old", "new"}) {
-            const std::string t = tables(side.c_str());
-            ASSERT_EQ(tavel_si("ts " + t + "/NIT_table " + t + "/SDT_table_* " + t + "/TOT_table --duration 12 -o " +
-                               at(side + ".ts"))
-                          .status,
-                      0);
-            ASSERT_EQ(std::system(("cat " + t + "/NIT_table " + t + "/SDT_table_* > " + at(side + ".tables")).c_str()),
-                      0);
+            const std::string t = tables(side.c_str()), nit_sdts = t + "/NIT_table " + t + "/SDT_table_* ";
+            ASSERT_EQ(tavel_si("ts " + nit_sdts + t + "/TOT_table --duration 12 -o " + at(side + ".ts")).status, 0);
+            ASSERT_EQ(std::system(("cat " + nit_sdts + " > " + at(side + ".tables")).c_str()), 0);
         }
     }
     static void TearDownTestSuite() { fs::remove_all(dir_); }
@@ -88,20 +82,20 @@ TEST_F(VerifyDiffCli, DiffNamesEachKindOfChangeOnFilesAndOnCaptures)
          "\"0x19 H.264/AVC HD digital television\""),
         "SDT actual ts 3/8916: table removed",
     };
-    for (const char* kind : {".tables", ".ts"}) {
-        Outcome d = tavel_si("diff " + at(std::string("old") + kind) + " " + at(std::string("new") + kind));
+    for (const std::string kind : {".tables", ".ts"}) {
+        const std::string old_side = at("old" + kind), new_side = at("new" + kind);
+        Outcome d = tavel_si("diff " + old_side + " " + new_side);
         EXPECT_EQ(d.status, 1) << kind;
         for (const char* line : expected)
             EXPECT_NE(d.out.find(std::string(line) + "\n"), std::string::npos) << kind << ": " << line << "\n" << d.out;
         // Backwards, what was removed is added.
-        Outcome back = tavel_si("diff --json " + at(std::string("new") + kind) + " " + at(std::string("old") + kind));
-        const json doc = json::parse(back.out);
+        const json doc = json::parse(tavel_si("diff --json " + new_side + " " + old_side).out);
         std::string kinds;
         for (const json& c : doc["changes"])
             kinds += c["kind"].get<std::string>() + " ";
         for (const char* k : {"lcn_added", "ts_added", "service_added", "table_added"})
             EXPECT_NE(kinds.find(k), std::string::npos) << kind << ": " << k;
-        EXPECT_EQ(tavel_si("diff " + at(std::string("old") + kind) + " " + at(std::string("old") + kind)).status, 0);
+        EXPECT_EQ(tavel_si("diff " + old_side + " " + old_side).status, 0);
     }
     EXPECT_EQ(tavel_si("diff " + at("old.ts") + " " + at("nothing")).status, 2);
 }
