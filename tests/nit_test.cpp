@@ -8,12 +8,9 @@
 #include <string>
 #include <vector>
 
-#include <tavel/coding.h>
 #include <tavel/constants.h>
-#include <tavel/delivery_descriptors.h>
 #include <tavel/file_io.h>
 #include <tavel/nit.h>
-#include <tavel/service_descriptors.h>
 
 #include "platform/log.h"
 #include "test_support.h"
@@ -30,11 +27,7 @@ const std::string kNew = std::string(constants::kSiTablesDir) + constants::kNitT
 
 datos_servicios service(uint16_t sid, uint16_t type, uint16_t lcn)
 {
-    datos_servicios s;
-    s.sid = sid;
-    s.tipo_servicio = type;
-    s.lcn = lcn;
-    return s;
+    return {sid, 0, 0, 0, lcn, 0, type, 0, 0, "", 0, ""};
 }
 
 // Network 0x3001 "TVNET", version 5, with its cable output TSID 2 / ONID
@@ -44,17 +37,8 @@ std::unique_ptr<tNIT> reference_nit(unsigned short tipo_lcn)
 {
     auto nit = std::make_unique<tNIT>("FRA", 0x3001, "TVNET", 1, tipo_lcn, 0x40);
     nit->version = 5;
-    datos_salidas& out = nit->salidas[2];
-    out.tipo_salida = 1;
-    out.tsid = 2;
-    out.onid = 0x22D4;
-    out.frecuencia = 474000;
-    out.symbol_rate = 6900;
-    out.modulacion = 2;
-    out.code_rate = 2;
-    out.modo_transmision = 1;
-    out.servicios[7] = service(7, 1, 5);
-    out.servicios[8] = service(8, 2, 300);
+    // Cable, TSID, ONID, kHz, bandwidth, mode, guard, modulation, code rate, ksym/s, services.
+    nit->salidas[2] = {1, 2, 0x22D4, 474000, 0, 1, 0, 2, 2, 6900, {{7, service(7, 1, 5)}, {8, service(8, 2, 300)}}};
     return nit;
 }
 
@@ -195,11 +179,7 @@ std::unique_ptr<tNIT> nit_with_pattern(unsigned short tipo_lcn)
     auto nit = reference_nit(tipo_lcn);
     datos_salidas& out = nit->salidas[2];
     out.onid = 9;
-    out.servicios.clear();
-    datos_servicios& s = out.servicios[7] = service(7, 1, 5);
-    s.sid_entrada = 100;
-    s.tsid_entrada = 10;
-    s.onid_entrada = 1;
+    out.servicios = {{7, {7, 100, 10, 1, 5, 0, 1, 0, 0, "", 0, ""}}}; // LCN 5, type 1
     nit->ts_desde_patron.emplace_back(0x10, 0x01);
     nit->addNITPatron(pattern_nit());
     return nit;
@@ -210,9 +190,10 @@ TEST(NitGeneration, PatternDescriptorsAreTakenOverWithTheirRules)
     // The pattern's network descriptors as carried: linkage type 1 rewritten to
     // (2, 9, 7), its specifier, its unknown one, type 2 rewritten with its byte kept.
     const std::string taken = " 4A 07 00 02 00 09 00 07 01 5F 04 00 00 00 28 99 02 AB CD 4A 08 00 02 00 09 00 07 02 77";
-    const std::string cable = " 44 0B 04 74 00 00 FF F2 03 00 69 00 0F"; // ours
-    const std::string list = " 41 03 00 07 01";                          // ours
-    const std::string lcn = " 83 04 00 07 FC 05";                        // ours
+    const std::string head = "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken; // network 0x3001, name, taken
+    const std::string ours = " 44 0B 04 74 00 00 FF F2 03 00 69 00 0F 41 03 00 07 01"; // cable, service list
+    const std::string lcn = " 83 04 00 07 FC 05";                                        // ours
+    const std::string entry = " 00 02 00 09 F0 ";                                        // TS 2 / ONID 9
     struct Case {
         const char* what;
         uint16_t network_id;
@@ -220,20 +201,16 @@ TEST(NitGeneration, PatternDescriptorsAreTakenOverWithTheirRules)
         std::string body; // network, version 5, section 0 of 0, both loops
     } cases[] = {
         {"LCN behind the pattern's matching specifier 0x28", 0x3001, 1,
-         "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 27 00 02 00 09 F0 21" + cable + list +
-             " 5F 04 00 00 00 28" + lcn + " 99 01 EE"},
+         head + " F0 27" + entry + "21" + ours + " 5F 04 00 00 00 28" + lcn + " 99 01 EE"},
         {"flavour 6 wants 0x37: its own specifier and the LCN go last", 0x3001, 6,
-         "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 2D 00 02 00 09 F0 27" + cable + list +
-             " 5F 04 00 00 00 28 99 01 EE 5F 04 00 00 00 37" + lcn},
+         head + " F0 2D" + entry + "27" + ours + " 5F 04 00 00 00 28 99 01 EE 5F 04 00 00 00 37" + lcn},
         {"flavour 4 matches no specifier: the LCN first, the pattern's specifier kept", 0x3001, 4,
-         "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 27 00 02 00 09 F0 21" + lcn + cable + list +
-             " 5F 04 00 00 00 28 99 01 EE"},
+         head + " F0 27" + entry + "21" + lcn + ours + " 5F 04 00 00 00 28 99 01 EE"},
         {"an unlisted flavour matches no specifier: its own 0x29 and the LCN go last", 0x3001, 7,
-         "30 01 CB 00 00 F0 24 40 05 54 56 4E 45 54" + taken + " F0 2D 00 02 00 09 F0 27" + cable + list +
-             " 5F 04 00 00 00 28 99 01 EE 5F 04 00 00 00 29" + lcn},
+         head + " F0 2D" + entry + "27" + ours + " 5F 04 00 00 00 28 99 01 EE 5F 04 00 00 00 29" + lcn},
         {"network id 0: the pattern's name \"ABC\" follows ours", 0, 1,
-         "00 00 CB 00 00 F0 29 40 05 54 56 4E 45 54 40 03 41 42 43" + taken + " F0 27 00 02 00 09 F0 21" + cable +
-             list + " 5F 04 00 00 00 28" + lcn + " 99 01 EE"},
+         "00 00 CB 00 00 F0 29 40 05 54 56 4E 45 54 40 03 41 42 43" + taken + " F0 27" + entry + "21" + ours +
+             " 5F 04 00 00 00 28" + lcn + " 99 01 EE"},
     };
     test::TempRoot root;
     LogCapture log;

@@ -204,49 +204,39 @@ TEST(SdtGeneration, PlacementBoundaryAtFreeSpaceMinusFour)
 
 TEST(SdtComparison, VersionsSizesAndLastSectionNumber)
 {
-    auto base = generated(7, 3);
-    auto copy = generated(7, 3);
-    auto new_version = generated(8, 3);
-    auto other_tsid = generated(7, 3, 0x0458);
-    auto more = generated(7, 4);
-    auto two_sections = generated(7, 40);
-    auto two_sections_v8 = generated(8, 40);
-    auto one = generated(7, 1);
     auto one_of_two = generated(7, 1); // same loop, but says section 0 of 1
     one_of_two->secciones[0]->last_section_number = 1;
+    std::vector<char> bytes;
+    generated(7, 40)->getSDT(bytes, false);
     auto parsed = std::make_unique<tSDT>();
-    {
-        std::vector<char> bytes;
-        two_sections->getSDT(bytes, false);
-        parsed->procesarSDT(bytes, true);
-    }
-    const struct {
+    parsed->procesarSDT(bytes, true);
+    struct {
         const char* what;
-        std::unique_ptr<tSDT>&a, &b;
+        std::unique_ptr<tSDT> a, b;
         bool same_table, compare;
     } cases[] = {
-        {"copy", base, copy, true, true},
-        {"version only differs", base, new_version, true, false},
-        {"other tsid", base, other_tsid, false, false},
-        {"one more service", base, more, false, false},
-        {"more sections", base, two_sections, false, false},
-        {"two sections, new version", two_sections, two_sections_v8, true, false},
-        {"last_section_number differs", one, one_of_two, false, false},
-        {"parsed back", two_sections, parsed, true, true},
+        {"copy", generated(7, 3), generated(7, 3), true, true},
+        {"version only differs", generated(7, 3), generated(8, 3), true, false},
+        {"other tsid", generated(7, 3), generated(7, 3, 0x0458), false, false},
+        {"one more service", generated(7, 3), generated(7, 4), false, false},
+        {"more sections", generated(7, 3), generated(7, 40), false, false},
+        {"two sections, new version", generated(7, 40), generated(8, 40), true, false},
+        {"last_section_number differs", generated(7, 1), std::move(one_of_two), false, false},
+        {"parsed back", generated(7, 40), std::move(parsed), true, true},
     };
-    for (const auto& c : cases) {
+    for (auto& c : cases) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(c.a->isSameTable(c.b), c.same_table);
         EXPECT_EQ(c.a->compareSDT(c.b), c.compare);
     }
 
     // Against a serialised table: tsid, onid, version and size.
-    std::vector<char> bytes;
-    base->getSDT(bytes, false);
-    EXPECT_TRUE(base->compareSDT(bytes));
-    EXPECT_FALSE(new_version->compareSDT(bytes));
+    bytes.clear();
+    cases[0].a->getSDT(bytes, false);
+    EXPECT_TRUE(cases[0].a->compareSDT(bytes));
+    EXPECT_FALSE(cases[1].b->compareSDT(bytes)); // version 8
     bytes.push_back(0);
-    EXPECT_FALSE(base->compareSDT(bytes));
+    EXPECT_FALSE(cases[0].a->compareSDT(bytes));
 }
 
 TEST(SdtPatterns, IdentityIsTsidOnidVersionAndSize)

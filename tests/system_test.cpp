@@ -17,7 +17,6 @@
 #include <tuple>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <spawn.h>
