@@ -200,8 +200,6 @@ TEST(DvbTextDecode, FailuresReturnBodyAndLog)
     EXPECT_TRUE(log.contains(LOG_ERR, ") 22 22 12\n"));
 }
 
-namespace {
-
 TEST(ServiceType, ClassesEveryServiceTypeValue)
 {
     const std::set<int> tv{1, 4, 5, 22, 23, 24, 25, 26, 27, 28, 30, 31}, radio{2, 7, 10};
@@ -258,5 +256,3 @@ TEST(SatelliteIf, ChoosesTheOscillatorThatLandsInTheIfRange)
         EXPECT_EQ(tavel::getBandaFromFrecuencia(c[0], c[1], c[2]), c[4]) << c[0] << " " << c[1] << "/" << c[2];
     }
 }
-
-} // namespace
